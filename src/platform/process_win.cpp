@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: MIT
+// Process services on Windows: executable path, user profile, temporary names
+// and opening files by UTF-8 name with the share-deny-none mode.
+
+#include <vexil/core.h>
+
+#include "host_p.h"
+
+#include <windows.h>
+#include <userenv.h>
+
+#include <cstdio>
+#include <share.h>
+#include <vector>
+
+namespace Orrery {
+namespace Platform {
+
+std::string executable_path_utf8() {
+    DWORD size = MAX_PATH;  // 260 UTF-16 units
+    int budget = 8;
+    std::vector<wchar_t> buffer(size);
+    while (true) {
+        const DWORD length = ::GetModuleFileNameW(nullptr, buffer.data(), size);
+        if (length == 0) {
+            return {};
+        }
+        if (length < size) {
+            if (budget == 0) {
+                // A complete name returned by the call made as the budget ran out is refused.
+                return {};
+            }
+            return vexil::toStdString(std::wstring(buffer.data(), length));
+        }
+        if (budget < 0) {
+            // Past the ninth doubling the name is taken as it stands; a boundary kept on purpose.
+            return vexil::toStdString(std::wstring(buffer.data(), length));
+        }
+        --budget;
+        size *= 2;
+        buffer.assign(size, L'\0');
+    }
+}
+
+std::string temporary_name_utf8() {
+    const wchar_t* name = ::_wtmpnam(nullptr);
+    if (name == nullptr) {
+        return {};
+    }
+    return vexil::toStdString(std::wstring(name));
+}
+
+bool open_filebuf_utf8(std::basic_filebuf<char>& buffer, const std::string& name,
+                       std::ios_base::openmode mode) {
+    const std::wstring wide = vexil::toWString(name);
+#if defined(_MSC_VER)
+    return buffer.open(wide.c_str(), mode, _SH_DENYNO) != nullptr;
+#else
+    // libstdc++ opens wide names through _wfopen, which shares like _SH_DENYNO.
+    return buffer.open(wide.c_str(), mode) != nullptr;
+#endif
+}
+
+}  // namespace Platform
+}  // namespace Orrery
+
+namespace vexil {
+
+Path get_exe_full_path() { return Path(Orrery::Platform::executable_path_utf8()); }
+
+bool get_user_profile_directory(std::string* directory) {
+    HANDLE token = nullptr;
+    if (!::OpenProcessToken(::GetCurrentProcess(), TOKEN_QUERY, &token)) {
+        return false;
+    }
+    DWORD size = 0;
+    ::GetUserProfileDirectoryW(token, nullptr, &size);
+    std::wstring buffer(size == 0 ? 1 : size, L'\0');
+    const BOOL ok = ::GetUserProfileDirectoryW(token, buffer.data(), &size);
+    ::CloseHandle(token);
+    if (!ok) {
+        return false;
+    }
+    buffer.resize(size > 0 ? size - 1 : 0);
+    if (buffer.empty()) {
+        return false;
+    }
+    if (directory) {
+        *directory = toStdString(buffer);
+    }
+    return true;
+}
+
+}  // namespace vexil

@@ -1,0 +1,136 @@
+// SPDX-License-Identifier: MIT
+// Helpers shared by the unit tests: environment and directory isolation and
+// capture of Qt log messages.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <QByteArray>
+#include <QDir>
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+#include <QtGlobal>
+
+#include <cstdlib>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace OrreryTest {
+
+/// Sets or unsets environment variables and restores their old values on destruction.
+class ScopedEnv {
+public:
+    ScopedEnv() = default;
+    ScopedEnv(const ScopedEnv&) = delete;
+    ScopedEnv& operator=(const ScopedEnv&) = delete;
+    ~ScopedEnv() {
+        for (auto it = saved_.rbegin(); it != saved_.rend(); ++it) {
+            if (it->second) {
+                ::setenv(it->first.c_str(), it->second->c_str(), 1);
+            } else {
+                ::unsetenv(it->first.c_str());
+            }
+        }
+    }
+    ScopedEnv& set(const std::string& name, const std::string& value) {
+        remember(name);
+        ::setenv(name.c_str(), value.c_str(), 1);
+        return *this;
+    }
+    ScopedEnv& unset(const std::string& name) {
+        remember(name);
+        ::unsetenv(name.c_str());
+        return *this;
+    }
+
+private:
+    void remember(const std::string& name) {
+        const char* old = std::getenv(name.c_str());
+        saved_.emplace_back(name, old ? std::optional<std::string>(old) : std::nullopt);
+    }
+    std::vector<std::pair<std::string, std::optional<std::string>>> saved_;
+};
+
+/// Restores the current directory on destruction.
+class ScopedCurrentDir {
+public:
+    ScopedCurrentDir() : saved_(QDir::currentPath()) {}
+    ~ScopedCurrentDir() { QDir::setCurrent(saved_); }
+    ScopedCurrentDir(const ScopedCurrentDir&) = delete;
+    ScopedCurrentDir& operator=(const ScopedCurrentDir&) = delete;
+
+private:
+    QString saved_;
+};
+
+/// A fixture with a fresh temporary directory that also holds the per-user settings.
+class TempDirTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(dir_.isValid());
+        QDir(dir_.path()).mkpath(QStringLiteral("config"));
+        env_.set("XDG_CONFIG_HOME", QString(dir_.path() + QStringLiteral("/config")).toStdString());
+    }
+    QString path(const QString& relative = QString()) const {
+        return relative.isEmpty() ? dir_.path() : QString(dir_.path() + QLatin1Char('/') + relative);
+    }
+    std::string stdPath(const QString& relative = QString()) const {
+        return path(relative).toStdString();
+    }
+    ScopedEnv& env() { return env_; }
+
+private:
+    QTemporaryDir dir_;
+    ScopedEnv env_;
+};
+
+/// Collects Qt log messages while alive.
+class MessageCapture {
+public:
+    struct Message {
+        QtMsgType type;
+        QString text;
+        bool hasContext;
+    };
+    MessageCapture() {
+        current() = this;
+        previous_ = qInstallMessageHandler(&MessageCapture::handler);
+    }
+    ~MessageCapture() {
+        qInstallMessageHandler(previous_);
+        current() = nullptr;
+    }
+    MessageCapture(const MessageCapture&) = delete;
+    MessageCapture& operator=(const MessageCapture&) = delete;
+
+    const std::vector<Message>& messages() const { return messages_; }
+    QStringList texts(QtMsgType type) const {
+        QStringList out;
+        for (const Message& m : messages_) {
+            if (m.type == type) {
+                out << m.text;
+            }
+        }
+        return out;
+    }
+
+private:
+    static MessageCapture*& current() {
+        static MessageCapture* instance = nullptr;
+        return instance;
+    }
+    static void handler(QtMsgType type, const QMessageLogContext& context, const QString& text) {
+        if (current() != nullptr) {
+            const bool hasContext = context.file != nullptr || context.line != 0 ||
+                                    context.function != nullptr;
+            current()->messages_.push_back({type, text, hasContext});
+        }
+    }
+    QtMessageHandler previous_ = nullptr;
+    std::vector<Message> messages_;
+};
+
+}  // namespace OrreryTest
