@@ -23,7 +23,8 @@ int main() {
 
     vexil::Path install(vexil::get_installation_directory());
     std::printf("installation directory: %s\n", install.native().c_str());
-    std::printf("doc directory:          %s\n", vexil::Path(install).append("doc").native().c_str());
+    std::printf("doc directory:          %s\n",
+                vexil::Path(install).append("doc").native().c_str());
     vexil::Path messy("C:\\X\\bin\\..\\lib\\.\\win32_64");
     std::printf("normalized:             %s\n\n", messy.normalize().string().c_str());
 

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 /**
  * @file
- * @brief Data files: the abstract data file, its root property, the list of open files and the file-type factory.
+ * @brief Data files: the abstract data file, its root property, the list of open files and the
+ * file-type factory.
  */
 #pragma once
 

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 /**
  * @file
- * @brief The property tree: abstract property, property object, simple property, references, paths and the property-object factory.
+ * @brief The property tree: abstract property, property object, simple property, references, paths
+ * and the property-object factory.
  */
 #pragma once
 

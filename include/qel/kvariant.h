@@ -82,7 +82,9 @@ constexpr std::uint16_t TimePoint = 0x0040;
 }  // namespace TypeCode
 
 /// @brief Whether @p code is a numeric element type (low four bits non-zero).
-constexpr bool isNumericTypeCode(std::uint16_t code) { return (code & 0x000F) != 0; }
+constexpr bool isNumericTypeCode(std::uint16_t code) {
+    return (code & 0x000F) != 0;
+}
 
 /// @brief The duration element type.
 using Duration = std::chrono::nanoseconds;

@@ -13,9 +13,13 @@ void CommandLineBase::save_command_line_utf8(std::vector<std::string>& arguments
     rebuild_pointers();
 }
 
-int CommandLineBase::argc() const { return static_cast<int>(arguments_.size()); }
+int CommandLineBase::argc() const {
+    return static_cast<int>(arguments_.size());
+}
 
-char** CommandLineBase::argv() { return pointers_.data(); }
+char** CommandLineBase::argv() {
+    return pointers_.data();
+}
 
 void CommandLineBase::remove_arg(int index) {
     if (index < 0 || index >= argc()) {
@@ -89,9 +93,13 @@ std::string get_product_version() {
     return identity.version;
 }
 
-bool is_qt_app_name_marked_as_initialized() { return appNameMarked().load(); }
+bool is_qt_app_name_marked_as_initialized() {
+    return appNameMarked().load();
+}
 
-void mark_qt_app_name_as_initialized() { appNameMarked().store(true); }
+void mark_qt_app_name_as_initialized() {
+    appNameMarked().store(true);
+}
 
 std::string get_bin_directory() {
     const std::string exe = get_exe_full_path().string();

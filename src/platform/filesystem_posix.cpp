@@ -6,16 +6,18 @@
 
 #include "host_p.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace vexil {
 namespace host {
 
-char separator() { return '/'; }
+char separator() {
+    return '/';
+}
 
 std::string os_path(const std::string& path) {
     std::string out = path;
@@ -27,7 +29,9 @@ std::string os_path(const std::string& path) {
     return out;
 }
 
-int compare_names(const std::string& a, const std::string& b) { return a.compare(b); }
+int compare_names(const std::string& a, const std::string& b) {
+    return a.compare(b);
+}
 
 }  // namespace host
 

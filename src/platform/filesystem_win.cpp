@@ -7,16 +7,18 @@
 
 #include <windows.h>
 
+#include <direct.h>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
-#include <direct.h>
 
 namespace vexil {
 namespace host {
 
-char separator() { return '\\'; }
+char separator() {
+    return '\\';
+}
 
 std::string os_path(const std::string& path) {
     std::string out = path;
@@ -81,7 +83,9 @@ std::string lastErrorText(DWORD error) {
 
 }  // namespace
 
-bool Path::exists() const { return attributes(text_) != INVALID_FILE_ATTRIBUTES; }
+bool Path::exists() const {
+    return attributes(text_) != INVALID_FILE_ATTRIBUTES;
+}
 
 bool Path::is_directory() const {
     const DWORD a = attributes(text_);
@@ -150,7 +154,8 @@ char* getcwd_utf8_legacy(char* buffer, int size) {
         return nullptr;
     }
     if (buffer == nullptr) {
-        const std::size_t bytes = (std::max)(cwd.size() + 1, static_cast<std::size_t>(size > 0 ? size : 0));
+        const std::size_t bytes =
+            (std::max)(cwd.size() + 1, static_cast<std::size_t>(size > 0 ? size : 0));
         auto* out = static_cast<char*>(std::malloc(bytes));
         if (out != nullptr) {
             std::memcpy(out, cwd.c_str(), cwd.size() + 1);

@@ -3,9 +3,9 @@
 // the *_win.cpp / *_posix.cpp pairs. Internal; never installed.
 #pragma once
 
+#include <fstream>
 #include <ios>
 #include <streambuf>
-#include <fstream>
 #include <string>
 
 namespace vexil {
@@ -31,7 +31,8 @@ namespace Platform {
  */
 std::string executable_path_utf8();
 
-/// A fresh temporary file name from the C runtime (_wtmpnam on Windows), in UTF-8; empty on failure.
+/// A fresh temporary file name from the C runtime (_wtmpnam on Windows), in UTF-8; empty on
+/// failure.
 std::string temporary_name_utf8();
 
 /// Opens @p buffer on the file named by UTF-8 @p name, sharing nothing exclusively.

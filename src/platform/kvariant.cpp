@@ -41,25 +41,44 @@ CustomValue::~CustomValue() = default;
 
 std::string typeNameOfCode(std::uint16_t code) {
     switch (code) {
-        case TypeCode::Int8: return typeName<std::int8_t>();
-        case TypeCode::UInt8: return typeName<std::uint8_t>();
-        case TypeCode::Int16: return typeName<std::int16_t>();
-        case TypeCode::UInt16: return typeName<std::uint16_t>();
-        case TypeCode::Int32: return typeName<std::int32_t>();
-        case TypeCode::UInt32: return typeName<std::uint32_t>();
-        case TypeCode::Int64: return typeName<std::int64_t>();
-        case TypeCode::UInt64: return typeName<std::uint64_t>();
-        case TypeCode::Float: return typeName<float>();
-        case TypeCode::Double: return typeName<double>();
-        case TypeCode::Bool: return typeName<bool>();
-        case TypeCode::ComplexFloat: return typeName<std::complex<float>>();
-        case TypeCode::ComplexDouble: return typeName<std::complex<double>>();
-        case TypeCode::ComplexBool: return "std::complex<bool>";
-        case TypeCode::String: return typeName<std::string>();
-        case TypeCode::Custom: return "custom";
-        case TypeCode::Duration: return typeName<Duration>();
-        case TypeCode::TimePoint: return typeName<TimePoint>();
-        default: break;
+        case TypeCode::Int8:
+            return typeName<std::int8_t>();
+        case TypeCode::UInt8:
+            return typeName<std::uint8_t>();
+        case TypeCode::Int16:
+            return typeName<std::int16_t>();
+        case TypeCode::UInt16:
+            return typeName<std::uint16_t>();
+        case TypeCode::Int32:
+            return typeName<std::int32_t>();
+        case TypeCode::UInt32:
+            return typeName<std::uint32_t>();
+        case TypeCode::Int64:
+            return typeName<std::int64_t>();
+        case TypeCode::UInt64:
+            return typeName<std::uint64_t>();
+        case TypeCode::Float:
+            return typeName<float>();
+        case TypeCode::Double:
+            return typeName<double>();
+        case TypeCode::Bool:
+            return typeName<bool>();
+        case TypeCode::ComplexFloat:
+            return typeName<std::complex<float>>();
+        case TypeCode::ComplexDouble:
+            return typeName<std::complex<double>>();
+        case TypeCode::ComplexBool:
+            return "std::complex<bool>";
+        case TypeCode::String:
+            return typeName<std::string>();
+        case TypeCode::Custom:
+            return "custom";
+        case TypeCode::Duration:
+            return typeName<Duration>();
+        case TypeCode::TimePoint:
+            return typeName<TimePoint>();
+        default:
+            break;
     }
     if (isNumericTypeCode(code)) {
         return "numeric type " + std::to_string(code);
@@ -75,23 +94,56 @@ namespace {
 template <class F>
 bool visitCode(std::uint16_t code, F&& f) {
     switch (code) {
-        case TypeCode::Int8: f(std::int8_t{}); return true;
-        case TypeCode::UInt8: f(std::uint8_t{}); return true;
-        case TypeCode::Int16: f(std::int16_t{}); return true;
-        case TypeCode::UInt16: f(std::uint16_t{}); return true;
-        case TypeCode::Int32: f(std::int32_t{}); return true;
-        case TypeCode::UInt32: f(std::uint32_t{}); return true;
-        case TypeCode::Int64: f(std::int64_t{}); return true;
-        case TypeCode::UInt64: f(std::uint64_t{}); return true;
-        case TypeCode::Float: f(float{}); return true;
-        case TypeCode::Double: f(double{}); return true;
-        case TypeCode::Bool: f(bool{}); return true;
-        case TypeCode::ComplexFloat: f(std::complex<float>{}); return true;
-        case TypeCode::ComplexDouble: f(std::complex<double>{}); return true;
-        case TypeCode::String: f(std::string{}); return true;
-        case TypeCode::Duration: f(Duration{}); return true;
-        case TypeCode::TimePoint: f(TimePoint{}); return true;
-        default: return false;
+        case TypeCode::Int8:
+            f(std::int8_t{});
+            return true;
+        case TypeCode::UInt8:
+            f(std::uint8_t{});
+            return true;
+        case TypeCode::Int16:
+            f(std::int16_t{});
+            return true;
+        case TypeCode::UInt16:
+            f(std::uint16_t{});
+            return true;
+        case TypeCode::Int32:
+            f(std::int32_t{});
+            return true;
+        case TypeCode::UInt32:
+            f(std::uint32_t{});
+            return true;
+        case TypeCode::Int64:
+            f(std::int64_t{});
+            return true;
+        case TypeCode::UInt64:
+            f(std::uint64_t{});
+            return true;
+        case TypeCode::Float:
+            f(float{});
+            return true;
+        case TypeCode::Double:
+            f(double{});
+            return true;
+        case TypeCode::Bool:
+            f(bool{});
+            return true;
+        case TypeCode::ComplexFloat:
+            f(std::complex<float>{});
+            return true;
+        case TypeCode::ComplexDouble:
+            f(std::complex<double>{});
+            return true;
+        case TypeCode::String:
+            f(std::string{});
+            return true;
+        case TypeCode::Duration:
+            f(Duration{});
+            return true;
+        case TypeCode::TimePoint:
+            f(TimePoint{});
+            return true;
+        default:
+            return false;
     }
 }
 
@@ -190,7 +242,9 @@ KVariantDirectStorage& KVariantDirectStorage::operator=(KVariantDirectStorage&& 
     return *this;
 }
 
-KVariantDirectStorage::~KVariantDirectStorage() { delete heap_; }
+KVariantDirectStorage::~KVariantDirectStorage() {
+    delete heap_;
+}
 
 void KVariantDirectStorage::reset() noexcept {
     delete heap_;
@@ -369,28 +423,50 @@ bool fromNumber(const Number& n, bool checked, T* out) {
     }
     if constexpr (std::is_same_v<T, bool>) {
         switch (n.kind) {
-            case Number::Signed: *out = n.i != 0; break;
-            case Number::Unsigned: *out = n.u != 0; break;
-            case Number::Real: *out = n.r != 0.0; break;
-            case Number::Complex: *out = n.r != 0.0 || n.im != 0.0; break;
+            case Number::Signed:
+                *out = n.i != 0;
+                break;
+            case Number::Unsigned:
+                *out = n.u != 0;
+                break;
+            case Number::Real:
+                *out = n.r != 0.0;
+                break;
+            case Number::Complex:
+                *out = n.r != 0.0 || n.im != 0.0;
+                break;
         }
         return true;
     } else if constexpr (IsComplex<T>::value) {
         using V = typename T::value_type;
         switch (n.kind) {
-            case Number::Signed: *out = T(static_cast<V>(n.i), 0); break;
-            case Number::Unsigned: *out = T(static_cast<V>(n.u), 0); break;
-            case Number::Real: *out = T(static_cast<V>(n.r), 0); break;
-            case Number::Complex: *out = T(static_cast<V>(n.r), static_cast<V>(n.im)); break;
+            case Number::Signed:
+                *out = T(static_cast<V>(n.i), 0);
+                break;
+            case Number::Unsigned:
+                *out = T(static_cast<V>(n.u), 0);
+                break;
+            case Number::Real:
+                *out = T(static_cast<V>(n.r), 0);
+                break;
+            case Number::Complex:
+                *out = T(static_cast<V>(n.r), static_cast<V>(n.im));
+                break;
         }
         return true;
     } else if constexpr (std::is_floating_point_v<T>) {
         double d = 0.0;
         switch (n.kind) {
-            case Number::Signed: d = static_cast<double>(n.i); break;
-            case Number::Unsigned: d = static_cast<double>(n.u); break;
+            case Number::Signed:
+                d = static_cast<double>(n.i);
+                break;
+            case Number::Unsigned:
+                d = static_cast<double>(n.u);
+                break;
             case Number::Real:
-            case Number::Complex: d = n.r; break;
+            case Number::Complex:
+                d = n.r;
+                break;
         }
         if (std::is_same_v<T, float> && std::isfinite(d) &&
             std::fabs(d) > static_cast<double>(std::numeric_limits<float>::max())) {
@@ -413,12 +489,13 @@ bool fromNumber(const Number& n, bool checked, T* out) {
                     return true;
                 }
                 if constexpr (std::is_signed_v<T>) {
-                    if (n.i < std::numeric_limits<T>::min() || n.i > std::numeric_limits<T>::max()) {
+                    if (n.i < std::numeric_limits<T>::min() ||
+                        n.i > std::numeric_limits<T>::max()) {
                         if (checked) {
                             return false;
                         }
-                        *out = n.i < 0 ? std::numeric_limits<T>::min()
-                                       : std::numeric_limits<T>::max();
+                        *out =
+                            n.i < 0 ? std::numeric_limits<T>::min() : std::numeric_limits<T>::max();
                         return true;
                     }
                 } else {
@@ -443,7 +520,8 @@ bool fromNumber(const Number& n, bool checked, T* out) {
                 *out = static_cast<T>(n.u);
                 return true;
             case Number::Real:
-            case Number::Complex: return realToInteger(n.r, checked, out);
+            case Number::Complex:
+                return realToInteger(n.r, checked, out);
         }
         return false;
     }
@@ -461,9 +539,12 @@ std::string numberToText(const Number& n, bool isBool, bool isFloat) {
         return n.u != 0 ? "true" : "false";
     }
     switch (n.kind) {
-        case Number::Signed: return shortest(n.i);
-        case Number::Unsigned: return shortest(n.u);
-        case Number::Real: return isFloat ? shortest(static_cast<float>(n.r)) : shortest(n.r);
+        case Number::Signed:
+            return shortest(n.i);
+        case Number::Unsigned:
+            return shortest(n.u);
+        case Number::Real:
+            return isFloat ? shortest(static_cast<float>(n.r)) : shortest(n.r);
         case Number::Complex:
             if (isFloat) {
                 return "(" + shortest(static_cast<float>(n.r)) + "," +
@@ -480,8 +561,7 @@ bool textToNumber(const std::string& text, Number* n) {
         return false;
     }
     for (char c : text) {
-        if (!((c >= '0' && c <= '9') || c == '.' || c == 'e' || c == 'E' || c == '+' ||
-              c == '-')) {
+        if (!((c >= '0' && c <= '9') || c == '.' || c == 'e' || c == 'E' || c == '+' || c == '-')) {
             return false;
         }
     }
@@ -512,8 +592,7 @@ bool textToNumber(const std::string& text, Number* n) {
 }
 
 template <class T>
-constexpr bool isNumericElement =
-    std::is_arithmetic_v<T> || IsComplex<T>::value;
+constexpr bool isNumericElement = std::is_arithmetic_v<T> || IsComplex<T>::value;
 
 // Converts one element of type S into the target T.
 template <class S, class T>
@@ -524,8 +603,7 @@ bool convertElement(const S& source, bool checked, T* out) {
     } else if constexpr (isNumericElement<S> && isNumericElement<T>) {
         return fromNumber(toNumber(source), checked, out);
     } else if constexpr (isNumericElement<S> && std::is_same_v<T, std::string>) {
-        constexpr bool isFloat =
-            std::is_same_v<S, float> || std::is_same_v<S, std::complex<float>>;
+        constexpr bool isFloat = std::is_same_v<S, float> || std::is_same_v<S, std::complex<float>>;
         *out = numberToText(toNumber(source), std::is_same_v<S, bool>, isFloat);
         return true;
     } else if constexpr (std::is_same_v<S, std::string> && isNumericElement<T>) {

@@ -13,7 +13,9 @@ Path::Path(std::string path) : text_(std::move(path)) {}
 
 namespace {
 
-bool isSeparator(char c) { return c == '/' || c == '\\'; }
+bool isSeparator(char c) {
+    return c == '/' || c == '\\';
+}
 
 }  // namespace
 
@@ -102,6 +104,5 @@ Path& Path::normalize() {
 int Path::compare_filenames(const Path& a, const Path& b) {
     return host::compare_names(a.native(), b.native());
 }
-
 
 }  // namespace vexil

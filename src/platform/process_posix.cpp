@@ -6,10 +6,10 @@
 
 #include "host_p.h"
 
-#include <cstdio>
-#include <cstdlib>
 #include <pwd.h>
 #include <unistd.h>
+#include <cstdio>
+#include <cstdlib>
 #include <vector>
 
 namespace Orrery {
@@ -57,7 +57,9 @@ bool open_filebuf_utf8(std::basic_filebuf<char>& buffer, const std::string& name
 
 namespace vexil {
 
-Path get_exe_full_path() { return Path(Orrery::Platform::executable_path_utf8()); }
+Path get_exe_full_path() {
+    return Path(Orrery::Platform::executable_path_utf8());
+}
 
 bool get_user_profile_directory(std::string* directory) {
     std::vector<char> buffer(16384);

@@ -6,11 +6,11 @@
 
 #include "host_p.h"
 
-#include <windows.h>
 #include <userenv.h>
+#include <windows.h>
 
-#include <cstdio>
 #include <share.h>
+#include <cstdio>
 #include <vector>
 
 namespace Orrery {
@@ -66,7 +66,9 @@ bool open_filebuf_utf8(std::basic_filebuf<char>& buffer, const std::string& name
 
 namespace vexil {
 
-Path get_exe_full_path() { return Path(Orrery::Platform::executable_path_utf8()); }
+Path get_exe_full_path() {
+    return Path(Orrery::Platform::executable_path_utf8());
+}
 
 bool get_user_profile_directory(std::string* directory) {
     HANDLE token = nullptr;

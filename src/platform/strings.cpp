@@ -11,8 +11,8 @@ std::vector<std::string> tokenize(std::string_view text, std::string_view delimi
     std::size_t start = 0;
     while (true) {
         const std::size_t end = text.find_first_of(delimiters, start);
-        const std::string_view piece =
-            text.substr(start, end == std::string_view::npos ? std::string_view::npos : end - start);
+        const std::string_view piece = text.substr(
+            start, end == std::string_view::npos ? std::string_view::npos : end - start);
         if (keep_empty || !piece.empty()) {
             pieces.emplace_back(piece);
         }
@@ -58,7 +58,9 @@ void appendWide(std::wstring& out, char32_t c) {
     out += static_cast<wchar_t>(c);
 }
 
-bool isSurrogate(char32_t c) { return c >= 0xD800 && c <= 0xDFFF; }
+bool isSurrogate(char32_t c) {
+    return c >= 0xD800 && c <= 0xDFFF;
+}
 
 }  // namespace
 

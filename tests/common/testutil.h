@@ -75,7 +75,8 @@ protected:
         env_.set("XDG_CONFIG_HOME", QString(dir_.path() + QStringLiteral("/config")).toStdString());
     }
     QString path(const QString& relative = QString()) const {
-        return relative.isEmpty() ? dir_.path() : QString(dir_.path() + QLatin1Char('/') + relative);
+        return relative.isEmpty() ? dir_.path()
+                                  : QString(dir_.path() + QLatin1Char('/') + relative);
     }
     std::string stdPath(const QString& relative = QString()) const {
         return path(relative).toStdString();
@@ -124,8 +125,8 @@ private:
     }
     static void handler(QtMsgType type, const QMessageLogContext& context, const QString& text) {
         if (current() != nullptr) {
-            const bool hasContext = context.file != nullptr || context.line != 0 ||
-                                    context.function != nullptr;
+            const bool hasContext =
+                context.file != nullptr || context.line != 0 || context.function != nullptr;
             current()->messages_.push_back({type, text, hasContext});
         }
     }

@@ -96,6 +96,7 @@ TEST(VexilProcessState, ProductIdentityIsStoredAndReturned) {
 }
 
 TEST(VexilProcessState, UnknownDriverModeFails) {
-    EXPECT_EQ(runDriver(QStringLiteral("nonsense"), QProcessEnvironment::systemEnvironment()).exitCode,
-              2);
+    EXPECT_EQ(
+        runDriver(QStringLiteral("nonsense"), QProcessEnvironment::systemEnvironment()).exitCode,
+        2);
 }

@@ -54,8 +54,9 @@ TEST_F(VexilRegistry, NoRegistryWithoutTheVariable) {
 }
 
 TEST_F(VexilRegistry, ReadsTheEnvironmentSection) {
-    writeRegistry(QStringLiteral("[Environment]\nKORVANE_DIR=/opt/k\nWBMLANGPATH=/l\n"
-                                 "[Other]\nSTRAY=1\n"));
+    writeRegistry(
+        QStringLiteral("[Environment]\nKORVANE_DIR=/opt/k\nWBMLANGPATH=/l\n"
+                       "[Other]\nSTRAY=1\n"));
     std::string value;
     EXPECT_TRUE(vexil::getenv_from_registry_only("KORVANE_DIR", &value));
     EXPECT_EQ(value, "/opt/k");

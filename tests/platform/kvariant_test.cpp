@@ -40,14 +40,20 @@ TEST(KVariant, FixedTypeCodes) {
 }
 
 TEST(KVariant, EveryNumericCodeHasNonZeroLowNibble) {
-    const std::uint16_t numeric[] = {
-        KVariant(std::int8_t{1}).typeCode(),   KVariant(std::uint8_t{1}).typeCode(),
-        KVariant(std::int16_t{1}).typeCode(),  KVariant(std::uint16_t{1}).typeCode(),
-        KVariant(std::int32_t{1}).typeCode(),  KVariant(std::uint32_t{1}).typeCode(),
-        KVariant(std::int64_t{1}).typeCode(),  KVariant(std::uint64_t{1}).typeCode(),
-        KVariant(1.0f).typeCode(),             KVariant(1.0).typeCode(),
-        KVariant(true).typeCode(),             KVariant(std::complex<float>(1, 2)).typeCode(),
-        KVariant(std::complex<double>(1, 2)).typeCode(), TypeCode::ComplexBool};
+    const std::uint16_t numeric[] = {KVariant(std::int8_t{1}).typeCode(),
+                                     KVariant(std::uint8_t{1}).typeCode(),
+                                     KVariant(std::int16_t{1}).typeCode(),
+                                     KVariant(std::uint16_t{1}).typeCode(),
+                                     KVariant(std::int32_t{1}).typeCode(),
+                                     KVariant(std::uint32_t{1}).typeCode(),
+                                     KVariant(std::int64_t{1}).typeCode(),
+                                     KVariant(std::uint64_t{1}).typeCode(),
+                                     KVariant(1.0f).typeCode(),
+                                     KVariant(1.0).typeCode(),
+                                     KVariant(true).typeCode(),
+                                     KVariant(std::complex<float>(1, 2)).typeCode(),
+                                     KVariant(std::complex<double>(1, 2)).typeCode(),
+                                     TypeCode::ComplexBool};
     for (std::uint16_t code : numeric) {
         EXPECT_TRUE(Tolmarsk::Qel::isNumericTypeCode(code)) << code;
     }
@@ -177,7 +183,8 @@ TEST(KVariantConvert, OutOfRangeFailsWhenCheckedAndSaturatesOtherwise) {
     EXPECT_EQ(huge.convert(TypeCode::Int64, 0).get<std::int64_t>(),
               std::numeric_limits<std::int64_t>::max());
     EXPECT_TRUE(huge.convert(TypeCode::Float, 1).isNull());
-    EXPECT_TRUE(KVariant(std::numeric_limits<double>::quiet_NaN()).convert(TypeCode::Int32, 0).isNull());
+    EXPECT_TRUE(
+        KVariant(std::numeric_limits<double>::quiet_NaN()).convert(TypeCode::Int32, 0).isNull());
     KVariant maxU(std::numeric_limits<std::uint64_t>::max());
     EXPECT_TRUE(maxU.convert(TypeCode::Int64, 1).isNull());
     EXPECT_EQ(maxU.convert(TypeCode::UInt64, 1).get<std::uint64_t>(),
@@ -194,8 +201,8 @@ TEST(KVariantConvert, BoolAndNumbers) {
 TEST(KVariantConvert, ComplexWithImaginaryPartHasNoRealValue) {
     KVariant c(std::complex<double>(1.5, 2.0));
     EXPECT_TRUE(c.convert(TypeCode::Double, 1).isNull());
-    EXPECT_DOUBLE_EQ(KVariant(std::complex<double>(1.5, 0.0)).convert(TypeCode::Double, 1).get<double>(),
-                     1.5);
+    EXPECT_DOUBLE_EQ(
+        KVariant(std::complex<double>(1.5, 0.0)).convert(TypeCode::Double, 1).get<double>(), 1.5);
     EXPECT_TRUE(c.convert(TypeCode::Bool, 1).get<bool>());
 }
 
@@ -224,7 +231,9 @@ TEST(KVariantConvert, TextToNumberReadsTheWholeText) {
     }
     EXPECT_TRUE(KVariant(std::string("true")).convert(TypeCode::Bool, 1).get<bool>());
     EXPECT_FALSE(KVariant(std::string("0")).convert(TypeCode::Bool, 1).get<bool>());
-    EXPECT_EQ(KVariant(std::string("18446744073709551615")).convert(TypeCode::UInt64, 1).get<std::uint64_t>(),
+    EXPECT_EQ(KVariant(std::string("18446744073709551615"))
+                  .convert(TypeCode::UInt64, 1)
+                  .get<std::uint64_t>(),
               std::numeric_limits<std::uint64_t>::max());
     EXPECT_EQ(KVariant(std::string("2.5")).convert(TypeCode::Int32, 1).get<int>(), 2);
 }
@@ -239,7 +248,9 @@ TEST(KVariantConvert, OtherKindsConvertOnlyToThemselves) {
     EXPECT_TRUE(KVariant(1).convert(0x7777, 1).isNull());
 }
 
-TEST(KVariantConvert, NullStaysNull) { EXPECT_TRUE(KVariant().convert(TypeCode::Int32, 1).isNull()); }
+TEST(KVariantConvert, NullStaysNull) {
+    EXPECT_TRUE(KVariant().convert(TypeCode::Int32, 1).isNull());
+}
 
 TEST(KVariantConvert, ArraysConvertElementWiseAndKeepDimensions) {
     const double values[] = {1.5, 2.5};

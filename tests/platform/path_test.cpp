@@ -133,15 +133,15 @@ TEST(VexilProcess, ExecutablePathAndDirectories) {
     EXPECT_EQ(QFileInfo(QString::fromStdString(exe)).canonicalFilePath(),
               QFileInfo(QString::fromStdString(exe)).absoluteFilePath());
     EXPECT_TRUE(QFileInfo(QString::fromStdString(exe)).isExecutable());
-    EXPECT_EQ(vexil::get_bin_directory(), QFileInfo(QString::fromStdString(exe)).path().toStdString());
+    EXPECT_EQ(vexil::get_bin_directory(),
+              QFileInfo(QString::fromStdString(exe)).path().toStdString());
 }
 
 TEST(VexilProcess, InstallationDirectoryDefaultsToParentOfBin) {
     OrreryTest::ScopedEnv env;
     env.unset("KORVANE_DIR").unset("VEXIL_REGISTRY_FILE");
     const QString bin = QString::fromStdString(vexil::get_bin_directory());
-    EXPECT_EQ(QString::fromStdString(vexil::get_installation_directory()),
-              QFileInfo(bin).path());
+    EXPECT_EQ(QString::fromStdString(vexil::get_installation_directory()), QFileInfo(bin).path());
 }
 
 TEST(VexilProcess, InstallationDirectoryFromVariableIsReadAfresh) {

@@ -7,7 +7,8 @@ using vexil::tokenize;
 
 TEST(VexilTokenize, DropsEmptyPiecesWhenAsked) {
     EXPECT_EQ(tokenize("a/b\\\\c/", "/\\", false), (std::vector<std::string>{"a", "b", "c"}));
-    EXPECT_EQ(tokenize("a/b\\\\c/", "/\\", true), (std::vector<std::string>{"a", "b", "", "c", ""}));
+    EXPECT_EQ(tokenize("a/b\\\\c/", "/\\", true),
+              (std::vector<std::string>{"a", "b", "", "c", ""}));
     EXPECT_TRUE(tokenize("", "/", false).empty());
     EXPECT_EQ(tokenize("", "/", true), std::vector<std::string>{""});
     EXPECT_EQ(tokenize("abc", "", false), std::vector<std::string>{"abc"});
@@ -21,7 +22,8 @@ TEST(VexilConversions, Utf8RoundTrip) {
 }
 
 TEST(VexilConversions, InvalidInputBecomesReplacementCharacter) {
-    EXPECT_EQ(vexil::toWString(std::string("a\xff") + "b"), std::wstring(L"a\xfffd" L"b"));
+    EXPECT_EQ(vexil::toWString(std::string("a\xff") + "b"), std::wstring(L"a\xfffd"
+                                                                         L"b"));
     EXPECT_EQ(vexil::toWString(std::string("\xe6\x96")), std::wstring(L"\xfffd\xfffd"));
     EXPECT_EQ(vexil::toWString(std::string("\xc0\x80")), std::wstring(L"\xfffd\xfffd"));
     std::wstring lone;
