@@ -22,7 +22,9 @@ filebuf_utf8::~filebuf_utf8() {
     delete impl;
 }
 
-filebuf_utf8& filebuf_utf8::operator=(const filebuf_utf8& other) {
+// Self-assignment copies the pointer onto itself, which is harmless.
+filebuf_utf8& filebuf_utf8::operator=(  // NOLINT(bugprone-unhandled-self-assignment)
+    const filebuf_utf8& other) {
     // A shallow copy of the pointer, kept deliberately.
     impl = other.impl;
     return *this;

@@ -40,7 +40,7 @@ void printVariable(const char* name) {
 
 std::string currentDirectory() {
     char* cwd = vexil::getcwd_utf8_legacy(nullptr, 0);
-    const std::string text = cwd ? cwd : "";
+    std::string text = cwd ? cwd : "";
     std::free(cwd);
     return text;
 }

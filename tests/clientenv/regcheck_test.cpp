@@ -39,7 +39,7 @@ protected:
         return text;
     }
     ChildResult check(const QStringList& arguments = {}) {
-        const ChildResult result = run(QStringLiteral("check-registry"), arguments);
+        ChildResult result = run(QStringLiteral("check-registry"), arguments);
         EXPECT_EQ(result.exitCode, 0) << result.err.constData();
         EXPECT_TRUE(result.out.endsWith("done=[1]\n"));
         return result;
