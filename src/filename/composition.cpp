@@ -222,24 +222,19 @@ bool make_relative_path(const std::string& path, const std::string& base, std::s
     if (out == nullptr) {
         out = &scratch;
     }
-    if (out == &base) {
-        const std::string copy = base;
-        return make_relative_path(path, copy, out);
-    }
-    const FoldedPath folded(base);
-    if (out != &path) {
-        *out = path;
-    }
-    std::size_t pathRoot = 0;
-    foldString(*out, &pathRoot);
-    const std::string_view p = *out;
-    const std::string_view b = folded.text();
-    if (pathRoot == 0 || folded.root() == 0 ||
-        !detail::equalCollated(p.substr(0, pathRoot), b.substr(0, folded.root()))) {
+    // Both are folded on the stack, so only the result reaches *out (which may be either
+    // input).
+    const FoldedPath foldedPath(path);
+    const FoldedPath foldedBase(base);
+    const std::string_view p = foldedPath.text();
+    const std::string_view b = foldedBase.text();
+    if (foldedPath.root() == 0 || foldedBase.root() == 0 ||
+        !detail::equalCollated(p.substr(0, foldedPath.root()), b.substr(0, foldedBase.root()))) {
+        out->assign(p);
         return false;
     }
-    std::size_t pi = pathRoot;
-    std::size_t bi = folded.root();
+    std::size_t pi = foldedPath.root();
+    std::size_t bi = foldedBase.root();
     while (pi < p.size() && bi < b.size()) {
         const std::string_view pp = pieceAt(p, pi);
         const std::string_view bp = pieceAt(b, bi);
@@ -250,10 +245,11 @@ bool make_relative_path(const std::string& path, const std::string& base, std::s
         bi = nextPiece(b, bi, bp.size());
     }
     if (pi < p.size() && bi < b.size()) {
+        out->assign(p);
         return false;  // siblings are never made relative, by design
     }
     if (bi == b.size()) {
-        out->erase(0, pi);  // a descendant, or the same directory ("")
+        out->assign(p.substr(pi));  // a descendant, or the same directory ("")
         return true;
     }
     // An ancestor: one ".." per remaining piece of the base.
