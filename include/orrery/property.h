@@ -77,7 +77,7 @@ ORRERY_EXPORT QString GetRelativePath(const QString& from, const QString& to);
  *
  * This library only ever stores NotCellArray (0); other values belong to its clients.
  */
-enum IsCellArray {
+enum IsCellArray : int {
     NotCellArray = 0,
     CellArray = 1,
 };

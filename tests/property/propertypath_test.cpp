@@ -15,8 +15,8 @@ QString S(const char* text) {
     return QString::fromUtf8(text);
 }
 
-// root { a { b { leaf }, "." }, c (leaf), A }
-class PathTree : public ::testing::Test {
+// The tree of the path tests: root { a { b { leaf }, "." }, c (leaf), A }
+class PropertyPath : public ::testing::Test {
 protected:
     void SetUp() override {
         root = std::make_unique<PropertyObject>(S("rootName"));
@@ -45,12 +45,12 @@ protected:
 
 }  // namespace
 
-TEST(PropertyPath, DelimiterIsSlash) {
+TEST_F(PropertyPath, DelimiterIsSlash) {
     EXPECT_EQ(Property::PathDelimiter, QLatin1Char('/'));
     EXPECT_EQ(Property::PathDelimiter.unicode(), 0x2F);
 }
 
-TEST_F(PathTree, RootFullPathIsTheDelimiterWhateverItsName) {
+TEST_F(PropertyPath, RootFullPathIsTheDelimiterWhateverItsName) {
     EXPECT_EQ(root->GetFullPath(), S("/"));
     PropertyObject unnamed;
     EXPECT_EQ(unnamed.GetFullPath(), S("/"));
@@ -58,14 +58,14 @@ TEST_F(PathTree, RootFullPathIsTheDelimiterWhateverItsName) {
     EXPECT_EQ(loose.GetFullPath(), S("/"));
 }
 
-TEST_F(PathTree, FullPathsOfDescendants) {
+TEST_F(PropertyPath, FullPathsOfDescendants) {
     EXPECT_EQ(a->GetFullPath(), S("/a"));
     EXPECT_EQ(b->GetFullPath(), S("/a/b"));
     EXPECT_EQ(leaf->GetFullPath(), S("/a/b/leaf"));
     EXPECT_EQ(c->GetFullPath(), S("/c"));
 }
 
-TEST_F(PathTree, FullPathFollowsRenames) {
+TEST_F(PropertyPath, FullPathFollowsRenames) {
     ASSERT_EQ(b->SetName(S("bee")), RESULT_OK);
     EXPECT_EQ(leaf->GetFullPath(), S("/a/bee/leaf"));
 }
@@ -76,7 +76,7 @@ struct ResolveCase {
     const char* expected;  // full path of the result, or nullptr for none
 };
 
-class ResolvePathRule : public PathTree, public ::testing::WithParamInterface<ResolveCase> {
+class ResolvePathRule : public PropertyPath, public ::testing::WithParamInterface<ResolveCase> {
 protected:
     AbstractProperty* node(const char* which) {
         const QString name = S(which);
@@ -128,7 +128,7 @@ INSTANTIATE_TEST_SUITE_P(
         ResolveCase{"root", "/a/missing/leaf", nullptr}, ResolveCase{"leaf", "x", nullptr},
         ResolveCase{"root", "//a", "/"}));
 
-TEST_F(PathTree, ResolvePathCanReturnTheStartNode) {
+TEST_F(PropertyPath, ResolvePathCanReturnTheStartNode) {
     EXPECT_EQ(b->ResolvePath(S("leaf/..")), b);
     EXPECT_EQ(root->ResolvePath(S("/a/b/leaf/../..")), a);
 }
@@ -156,7 +156,7 @@ INSTANTIATE_TEST_SUITE_P(PropertyPath, RelativePath,
                                            RelativeCase{"/ref", "/x/y", "../x/y"},
                                            RelativeCase{"/a/b/c/ref", "/d", "../../../../d"}));
 
-TEST_F(PathTree, RelativePathResolvedOnTheFromNodeLeadsToTheTarget) {
+TEST_F(PropertyPath, RelativePathResolvedOnTheFromNodeLeadsToTheTarget) {
     const AbstractProperty* targets[] = {root.get(), a, b, leaf, c, upperA, dot};
     AbstractProperty* froms[] = {leaf, c, dot, b};
     for (AbstractProperty* from : froms) {
