@@ -4,7 +4,7 @@
 #include <orrery/property.h>
 
 #include <QStringList>
-#include <QStringRef>
+#include <QStringView>
 #include <QVector>
 
 namespace Orrery {
@@ -66,20 +66,24 @@ const AbstractProperty* AbstractProperty::ResolvePath(const QString& path) const
     if (path.isEmpty()) {
         return nullptr;
     }
-    // Component i is the i-th delimiter-separated section, empty past the end.
-    const QVector<QStringRef> components = path.splitRef(Property::PathDelimiter);
     const AbstractProperty* node = this;
-    int index = 0;
+    // Start of the current component; component i is the i-th delimiter-separated
+    // section of the path, empty past the end.
+    int start = 0;
     if (path.at(0) == Property::PathDelimiter) {
         node = GetRootProperty();
-        index = 1;
+        start = 1;
     }
-    for (;; ++index) {
-        const QStringRef component =
-            index < components.size() ? components.at(index) : QStringRef();
-        if (component.isEmpty()) {
+    while (start < path.size()) {
+        int end = path.indexOf(Property::PathDelimiter, start);
+        if (end < 0) {
+            end = path.size();
+        }
+        const int length = end - start;
+        if (length == 0) {
             return node;
         }
+        const QStringView component = QStringView(path).mid(start, length);
         if (component == QLatin1String("..")) {
             node = node->parent;
         } else {
@@ -89,12 +93,16 @@ const AbstractProperty* AbstractProperty::ResolvePath(const QString& path) const
             if (container == nullptr) {
                 return nullptr;
             }
-            node = container->GetPropertyConstPtr(component.toString());
+            // The key shares the path's characters instead of copying them.
+            node = container->GetPropertyConstPtr(
+                QString::fromRawData(path.constData() + start, length));
         }
         if (node == nullptr) {
             return nullptr;
         }
+        start = end + 1;
     }
+    return node;
 }
 
 }  // namespace Orrery
