@@ -99,7 +99,8 @@ public:
     virtual const QString& PropertyObjType() const = 0;
     /// @brief The class's type flags (Property::TypeFlags bits); 0 here. Never fails.
     virtual unsigned int GetTypeFlags() const;
-    /// @brief Hook called by data-file readers after reading a node; does nothing here.
+    /// @brief Hook called by data-file readers after reading a node; does nothing here. Never
+    /// fails.
     virtual void OnDeserialization();
     /**
      * @brief Detaches the node from its container first (so the container keeps no
@@ -154,6 +155,7 @@ public:
     /// @brief The topmost ancestor; the node itself when it has no parent. Never fails.
     const AbstractProperty* GetRootProperty() const;
     /// @brief Whether the root's type flags hold TYPE_FILE_ROOT (the node lies in a data file).
+    /// Never fails.
     bool HasFileRoot() const;
     /// @brief The data file whose root node is this node's root; null when there is none.
     const DataFile* GetDataFile() const;
@@ -221,7 +223,8 @@ public:
     PropertyObject();
     /// @brief An empty container named @p name. Never fails.
     explicit PropertyObject(const QString& name);
-    /// @brief An empty container, then a deep copy of @p other (name, flags, children).
+    /// @brief An empty container, then a deep copy of @p other (name, flags, children). Never
+    /// fails.
     PropertyObject(const PropertyObject& other);
     /**
      * @brief Deep copy: destroys the own children, copies name and flags (the parent
@@ -240,7 +243,8 @@ public:
     const QString& PropertyObjType() const override;
     /// @brief TYPE_PROPERTY_OBJECT (0x01). Never fails.
     unsigned int GetTypeFlags() const override;
-    /// @brief Destroys all children, then detaches the container from its own parent.
+    /// @brief Destroys all children, then detaches the container from its own parent. Never
+    /// fails.
     ~PropertyObject() override;
 
     /**
@@ -341,7 +345,8 @@ public:
     ERESULT GetProperty(const QString& name, bool* value);
 
 protected:
-    /// @brief A new PropertyObject copied from this one (name, flags, deep children).
+    /// @brief A new PropertyObject copied from this one (name, flags, deep children). Never
+    /// fails.
     AbstractProperty* DoClone() const override;
 
 private:
@@ -362,11 +367,11 @@ private:
  */
 class ORRERY_EXPORT Metadata : public PropertyObject {
 public:
-    /// @brief As PropertyObject's copy constructor.
+    /// @brief As PropertyObject's copy constructor. Never fails.
     Metadata(const Metadata& other);
-    /// @brief As PropertyObject's copy assignment.
+    /// @brief As PropertyObject's copy assignment. Never fails.
     Metadata& operator=(const Metadata& other);
-    /// @brief As PropertyObject's destructor.
+    /// @brief As PropertyObject's destructor. Never fails.
     ~Metadata() override;
     /// @brief TYPE_PROPERTY_OBJECT | TYPE_METADATA (0x05). Never fails.
     unsigned int GetTypeFlags() const override;
@@ -389,9 +394,9 @@ public:
     SimpleProperty();
     /// @brief A property named @p name holding the null variant. Never fails.
     explicit SimpleProperty(const QString& name);
-    /// @brief Copies name, flags, value and marker; the copy has no parent.
+    /// @brief Copies name, flags, value and marker; the copy has no parent. Never fails.
     SimpleProperty(const SimpleProperty& other);
-    /// @brief Copies name, flags, value and marker; the parent stays.
+    /// @brief Copies name, flags, value and marker; the parent stays. Never fails.
     SimpleProperty& operator=(const SimpleProperty& other);
 
     /// @brief The type name "Prop". Never fails.
@@ -400,7 +405,7 @@ public:
     const QString& PropertyObjType() const override;
     /// @brief TYPE_SIMPLE_PROPERTY (0x20). Never fails.
     unsigned int GetTypeFlags() const override;
-    /// @brief Detaches the property from its container and releases the value.
+    /// @brief Detaches the property from its container and releases the value. Never fails.
     ~SimpleProperty() override;
 
     /// @brief A copy of the value. Never fails.
@@ -414,7 +419,7 @@ public:
     ERESULT SetValue(Tolmarsk::Qel::KVariant newValue, IsCellArray newCellArray);
 
 protected:
-    /// @brief A new SimpleProperty copied from this one.
+    /// @brief A new SimpleProperty copied from this one. Never fails.
     AbstractProperty* DoClone() const override;
 
 private:
@@ -443,8 +448,9 @@ public:
     /// @brief An unset reference named @p name. Never fails.
     explicit PropertyReference(const QString& name);
     /// @brief Copies name, flags and the three reference fields; the copy has no parent.
+    /// Never fails.
     PropertyReference(const PropertyReference& other);
-    /// @brief Copies name, flags and the three reference fields; the parent stays.
+    /// @brief Copies name, flags and the three reference fields; the parent stays. Never fails.
     PropertyReference& operator=(const PropertyReference& other);
 
     /// @brief The type name "PropRef". Never fails.
@@ -453,7 +459,7 @@ public:
     const QString& PropertyObjType() const override;
     /// @brief TYPE_PROPERTY_REFERENCE (0x10). Never fails.
     unsigned int GetTypeFlags() const override;
-    /// @brief Detaches the reference from its container and releases it.
+    /// @brief Detaches the reference from its container and releases it. Never fails.
     ~PropertyReference() override;
 
     /**
@@ -471,7 +477,7 @@ public:
     /// @brief Stores the three reference fields as given, unchecked. Never fails.
     void SetExternalRefNoCheck(const QString& path, const QString& filePath,
                                const QString& fileType);
-    /// @brief The kind of reference, from ReferencePath() and ReferenceFilePath().
+    /// @brief The kind of reference, from ReferencePath() and ReferenceFilePath(). Never fails.
     ReferenceType GetReferenceType();
     /**
      * @brief The full path of the target, given @p basePath, the full path of the container
@@ -482,18 +488,21 @@ public:
      * path built so far.
      */
     QString GetFullPathToReference(const QString& basePath);
-    /// @brief Whether the followed target is metadata. The reference must resolve.
+    /// @brief Whether the followed target is metadata. The reference must resolve: a null
+    /// target is not checked for.
     bool IsRefMetadata() const;
-    /// @brief Whether the followed target is a container. The reference must resolve.
+    /// @brief Whether the followed target is a container. The reference must resolve: a null
+    /// target is not checked for.
     bool IsRefPropertyObject() const;
-    /// @brief Whether the followed target has TYPE_VARIABLE. The reference must resolve.
+    /// @brief Whether the followed target has TYPE_VARIABLE. The reference must resolve: a
+    /// null target is not checked for.
     bool IsRefVariable() const;
     /// @brief The followed target seen as T; null when it is absent or not a T.
     template <class T>
     const T* GetConstRef() const;
 
 protected:
-    /// @brief A new PropertyReference copied from this one.
+    /// @brief A new PropertyReference copied from this one. Never fails.
     AbstractProperty* DoClone() const override;
 
     /**
@@ -509,7 +518,7 @@ public:
     virtual QString ReferencePath();
     /// @brief A copy of the data-file path (empty for an internal reference). Never fails.
     virtual QString ReferenceFilePath();
-    /// @brief A copy of the data-file type name (empty for an internal reference).
+    /// @brief A copy of the data-file type name (empty for an internal reference). Never fails.
     virtual QString ReferenceFileType();
 
 protected:
@@ -550,7 +559,7 @@ ORRERY_EXPORT const AbstractProperty* PropertyReference::GetConstRef<AbstractPro
  */
 class ORRERY_EXPORT PropertyObjectFactory {
 public:
-    /// @brief A function returning a new container that the caller owns.
+    /// A function returning a new container that the caller owns.
     using Creator = PropertyObject* (*)();
 
     /// @brief The single instance, created on first use. Never fails.

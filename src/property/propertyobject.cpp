@@ -369,7 +369,9 @@ void PropertyObject::GetPropertyList(QList<AbstractProperty*>* list) const {
 QList<AbstractProperty*> PropertyObject::GetPropertyListSorted() {
     QList<AbstractProperty*> list;
     ForEachProperty([&list](AbstractProperty* child) { list.append(child); });
-    // a comes first when a case-sensitive sort of the two names puts a's name first.
+    // The map is already in this order; the explicit sort is deliberately kept as the
+    // defined behaviour: a comes first when a case-sensitive sort of the two names puts
+    // a's name first.
     std::sort(list.begin(), list.end(), [](const AbstractProperty* a, const AbstractProperty* b) {
         if (a == b) {
             return false;
