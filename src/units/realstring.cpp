@@ -110,8 +110,8 @@ QString RealString::scaledValue(int precision) const {
         if (m_desiredUnits.m_conversionFactor == m_units.m_conversionFactor) {
             return valueAsString(m_value, exponentFromDesiredUnits(m_value));
         }
-        const double converted = m_units.m_conversionFactor / m_desiredUnits.m_conversionFactor *
-                                 m_value.valueAsReal();
+        const double converted =
+            m_units.m_conversionFactor / m_desiredUnits.m_conversionFactor * m_value.valueAsReal();
         const QString text = QString::number(converted, 'g', precision);
         const RealStringParser convertedValue(text);
         if (!convertedValue.isReal()) {

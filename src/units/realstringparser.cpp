@@ -114,10 +114,10 @@ Tokens tokenize(const QString& text) {
                 ++p;
             }
             if (p > digitsBegin) {
-                t.state = exponentValue(s + digitsBegin, p - digitsBegin, negativeExponent,
-                                        &t.exponent)
-                              ? RealStringParser::Real
-                              : RealStringParser::Invalid;
+                t.state =
+                    exponentValue(s + digitsBegin, p - digitsBegin, negativeExponent, &t.exponent)
+                        ? RealStringParser::Real
+                        : RealStringParser::Invalid;
             } else if (p < end) {
                 t.state = RealStringParser::Invalid;
             }
@@ -126,8 +126,7 @@ Tokens tokenize(const QString& text) {
 
         // A scale factor is a prefix character at the end or followed by white space.
         int scale = 0;
-        if (t.state == RealStringParser::Real && p < end &&
-            (p == end - 1 || s[p + 1].isSpace()) &&
+        if (t.state == RealStringParser::Real && p < end && (p == end - 1 || s[p + 1].isSpace()) &&
             UnitsParser::isPrefix(s[p].toLatin1(), &scale)) {
             t.scaleFactorFound = true;
             t.exponent += scale;
@@ -375,8 +374,8 @@ void RealStringParser::clear() {
 bool RealStringParser::operator==(const RealStringParser& other) const {
     return m_state == other.m_state && m_originalValue == other.m_originalValue &&
            m_negative == other.m_negative && m_valueAsReal == other.m_valueAsReal &&
-           m_left == other.m_left && m_right == other.m_right &&
-           m_exponent == other.m_exponent && m_scaleFactorFound == other.m_scaleFactorFound;
+           m_left == other.m_left && m_right == other.m_right && m_exponent == other.m_exponent &&
+           m_scaleFactorFound == other.m_scaleFactorFound;
 }
 
 bool RealStringParser::addToExponent(long long delta) {

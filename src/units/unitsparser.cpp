@@ -14,15 +14,22 @@ namespace {
 // and "mi" is mile rather than femto-"t" and milli-"i".
 const QHash<QString, double>& conversionTable() {
     static const QHash<QString, double> table = {
-        {QStringLiteral("mil"), 2.54e-5},   {QStringLiteral("mils"), 2.54e-5},
-        {QStringLiteral("meter"), 1.0},     {QStringLiteral("metre"), 1.0},
-        {QStringLiteral("meters"), 1.0},    {QStringLiteral("metres"), 1.0},
-        {QStringLiteral("micron"), 1e-6},   {QStringLiteral("in"), 0.0254},
-        {QStringLiteral("ft"), 0.3048},     {QStringLiteral("mi"), 1609.344},
+        {QStringLiteral("mil"), 2.54e-5},
+        {QStringLiteral("mils"), 2.54e-5},
+        {QStringLiteral("meter"), 1.0},
+        {QStringLiteral("metre"), 1.0},
+        {QStringLiteral("meters"), 1.0},
+        {QStringLiteral("metres"), 1.0},
+        {QStringLiteral("micron"), 1e-6},
+        {QStringLiteral("in"), 0.0254},
+        {QStringLiteral("ft"), 0.3048},
+        {QStringLiteral("mi"), 1609.344},
         {QStringLiteral("nmi"), 1852.0},
         // "P" is not a prefix, so peta-hertz is a whole entry of its own.
-        {QStringLiteral("PHz"), 1e15},      {QStringLiteral("dB"), 1.0},
-        {QStringLiteral("%"), 0.01},        {QString(), 1.0},
+        {QStringLiteral("PHz"), 1e15},
+        {QStringLiteral("dB"), 1.0},
+        {QStringLiteral("%"), 0.01},
+        {QString(), 1.0},
     };
     return table;
 }
@@ -30,10 +37,18 @@ const QHash<QString, double>& conversionTable() {
 // Base units known to take a prefix; "" stands for a bare prefix on a plain number.
 const QSet<QString>& prefixableUnits() {
     static const QSet<QString> units = {
-        QString(),           QStringLiteral("A"),   QStringLiteral("F"),
-        QStringLiteral("H"), QStringLiteral("Hz"),  QStringLiteral("Ohm"),
-        QStringLiteral("Ohms"), QStringLiteral("S"), QStringLiteral("sec"),
-        QStringLiteral("V"), QStringLiteral("W"),   QStringLiteral("bps"),
+        QString(),
+        QStringLiteral("A"),
+        QStringLiteral("F"),
+        QStringLiteral("H"),
+        QStringLiteral("Hz"),
+        QStringLiteral("Ohm"),
+        QStringLiteral("Ohms"),
+        QStringLiteral("S"),
+        QStringLiteral("sec"),
+        QStringLiteral("V"),
+        QStringLiteral("W"),
+        QStringLiteral("bps"),
     };
     return units;
 }
