@@ -16,6 +16,7 @@
 #include <new>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -257,11 +258,14 @@ BENCHMARK(BM_AsRealStrtodFloor)->Unit(benchmark::kMillisecond)->MinTime(2.0);
 // Prints the console report and then the ratios against the floors.
 class RatioReporter : public benchmark::ConsoleReporter {
 public:
+    RatioReporter() : ConsoleReporter(OO_Tabular) {}
+
     void ReportRuns(const std::vector<Run>& reports) override {
         ConsoleReporter::ReportRuns(reports);
         for (const Run& run : reports) {
             if (run.run_type == Run::RT_Iteration && !run.error_occurred) {
-                times_[run.benchmark_name()] = run.GetAdjustedRealTime();
+                times_[run.run_name.function_name] = {run.GetAdjustedRealTime(),
+                                                      run.GetAdjustedCPUTime()};
             }
         }
     }
@@ -276,12 +280,15 @@ private:
     void ratio(const std::string& ours, const std::string& floor, const char* note) {
         const auto a = times_.find(ours);
         const auto b = times_.find(floor);
-        if (a != times_.end() && b != times_.end() && b->second > 0) {
-            std::printf("ratio %s / %s = %.2f %s\n", ours.c_str(), floor.c_str(),
-                        a->second / b->second, note);
+        if (a != times_.end() && b != times_.end() && b->second.first > 0 &&
+            b->second.second > 0) {
+            std::printf("ratio %s / %s: %.2f wall, %.2f cpu %s\n", ours.c_str(), floor.c_str(),
+                        a->second.first / b->second.first, a->second.second / b->second.second,
+                        note);
         }
     }
-    std::map<std::string, double> times_;
+    // Wall and CPU time per iteration, by benchmark function.
+    std::map<std::string, std::pair<double, double>> times_;
 };
 
 }  // namespace

@@ -184,9 +184,15 @@ public:
     static bool parseNumberAndUnits(QString text, QString* number, QString* units);
 
 private:
+    friend class RealString;
     friend struct UnitsTestAccess;  // unit tests reach the digit helpers
+    struct Tokens;
 
     RealStringParser(State state, bool negative, QString left, QString right, int exponent);
+
+    void takeNormalized(const QString& text, const Tokens& tokens);
+    static bool splitNumberAndUnits(const QString& text, RealStringParser* number, QString* units);
+    double valueAsDouble(RealStringFormat format, long long exponentOffset, bool* ok) const;
 
     void parseValue(const QString& text);
     void normalize();

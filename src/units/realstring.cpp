@@ -169,19 +169,17 @@ double RealString::asReal(const QString& text, bool* ok) {
     if (ok != nullptr) {
         *ok = false;
     }
-    QString number;
+    // The number and the units as parseNumberAndUnits splits them, the number parsed and
+    // normalised.
+    RealStringParser value;
     QString unitsText;
-    if (!RealStringParser::parseNumberAndUnits(text, &number, &unitsText)) {
+    if (!RealStringParser::splitNumberAndUnits(text, &value, &unitsText) || !value.isReal()) {
         return 0.0;
     }
-    const RealStringParser value(number);
     const UnitsParser units(unitsText);
-    if (!value.isReal()) {
-        return 0.0;
-    }
     // The units prefix is always multiplied in here, whatever scale suffix the number has.
     if (units.conversionFactor() == 1.0) {
-        return value.value(RealStringParser::Engineering, units.exponent()).toDouble(ok);
+        return value.valueAsDouble(RealStringParser::Engineering, units.exponent(), ok);
     }
     // Six significant digits, deliberately, as the conversion has always been shown.
     const RealStringParser converted(
@@ -189,7 +187,7 @@ double RealString::asReal(const QString& text, bool* ok) {
     if (!converted.isReal()) {
         return 0.0;
     }
-    return converted.value(RealStringParser::Engineering, units.exponent()).toDouble(ok);
+    return converted.valueAsDouble(RealStringParser::Engineering, units.exponent(), ok);
 }
 
 }  // namespace Orrery

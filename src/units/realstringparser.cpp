@@ -2,7 +2,10 @@
 #include <orrery/units.h>
 
 #include <QChar>
+#include <QLocale>
+#include <QStringView>
 
+#include <algorithm>
 #include <climits>
 #include <utility>
 
@@ -10,11 +13,9 @@ namespace Orrery {
 
 namespace {
 
-constexpr QChar kZero = QLatin1Char('0');
-
 // What the tokeniser read from a text. Digits are kept as index ranges into the text;
 // numberEnd is the read position after the number, end the end of the trimmed text.
-struct Tokens {
+struct TokenData {
     RealStringParser::State state = RealStringParser::Real;
     bool negative = false;
     int leftBegin = 0;
@@ -27,6 +28,8 @@ struct Tokens {
     int numberEnd = 0;
     int end = 0;
 };
+
+constexpr QChar kZero = QLatin1Char('0');
 
 bool isAsciiDigit(QChar c) {
     return c.unicode() >= '0' && c.unicode() <= '9';
@@ -52,11 +55,10 @@ bool exponentValue(const QChar* digits, int count, bool negative, long long* val
     return true;
 }
 
-Tokens tokenize(const QString& text) {
-    Tokens t;
-    const QChar* s = text.constData();
+TokenData tokenize(const QChar* s, int size) {
+    TokenData t;
     int begin = 0;
-    int end = text.size();
+    int end = size;
     while (begin < end && s[begin].isSpace()) {
         ++begin;
     }
@@ -161,7 +163,171 @@ void removeTrailingZeros(QString& digits) {
     digits.truncate(n);
 }
 
+// A one-character string; ASCII digits come from static data, so they cost no allocation.
+QString singleCharacter(QChar c) {
+    switch (c.unicode()) {
+        case '0':
+            return QStringLiteral("0");
+        case '1':
+            return QStringLiteral("1");
+        case '2':
+            return QStringLiteral("2");
+        case '3':
+            return QStringLiteral("3");
+        case '4':
+            return QStringLiteral("4");
+        case '5':
+            return QStringLiteral("5");
+        case '6':
+            return QStringLiteral("6");
+        case '7':
+            return QStringLiteral("7");
+        case '8':
+            return QStringLiteral("8");
+        case '9':
+            return QStringLiteral("9");
+        default:
+            return QString(c);
+    }
+}
+
+// The characters [begin, end) of text.
+QString piece(const QString& text, int begin, int end) {
+    if (end <= begin) {
+        return QString();
+    }
+    if (end - begin == 1) {
+        return singleCharacter(text.at(begin));
+    }
+    return text.mid(begin, end - begin);
+}
+
+// The normal form cut straight from the digits that the tokeniser found: the same digits
+// and exponent shift that normalize() reaches by moving digits step by step, without the
+// intermediate strings. Returns false for zero.
+bool normalizedDigits(const QString& text, const TokenData& t, QString* left, QString* right,
+                      long long* shift) {
+    const QChar* s = text.constData();
+    int leftBegin = t.leftBegin;
+    int rightEnd = t.rightEnd;
+    while (leftBegin < t.leftEnd && s[leftBegin] == kZero) {
+        ++leftBegin;
+    }
+    while (rightEnd > t.rightBegin && s[rightEnd - 1] == kZero) {
+        --rightEnd;
+    }
+    if (leftBegin < t.leftEnd) {
+        *left = singleCharacter(s[leftBegin]);
+        *shift = t.leftEnd - leftBegin - 1;
+        if (rightEnd == t.rightBegin) {
+            int end = t.leftEnd;
+            while (end > leftBegin + 1 && s[end - 1] == kZero) {
+                --end;
+            }
+            *right = piece(text, leftBegin + 1, end);
+        } else if (t.leftEnd - leftBegin == 1) {
+            *right = piece(text, t.rightBegin, rightEnd);
+        } else {
+            const int fromLeft = t.leftEnd - leftBegin - 1;
+            const int fromRight = rightEnd - t.rightBegin;
+            QString digits(fromLeft + fromRight, Qt::Uninitialized);
+            std::copy(s + leftBegin + 1, s + t.leftEnd, digits.data());
+            std::copy(s + t.rightBegin, s + rightEnd, digits.data() + fromLeft);
+            *right = digits;
+        }
+        return true;
+    }
+    if (rightEnd == t.rightBegin) {
+        return false;
+    }
+    int first = t.rightBegin;
+    while (s[first] == kZero) {
+        ++first;
+    }
+    *left = singleCharacter(s[first]);
+    *right = piece(text, first + 1, rightEnd);
+    *shift = -static_cast<long long>(first - t.rightBegin + 1);
+    return true;
+}
+
+// Writes value(format) of the given digits to out, or only counts the characters when out
+// is null. Returns the number of characters. left must not be empty.
+int formatDigits(bool negative, const QString& left, const QString& right, long long exponent,
+                 RealStringParser::RealStringFormat format, QChar* out) {
+    int n = 0;
+    const auto put = [&](char c) {
+        if (out != nullptr) {
+            out[n] = QLatin1Char(c);
+        }
+        ++n;
+    };
+    const auto putDigits = [&](const QChar* digits, int count) {
+        if (out != nullptr) {
+            std::copy(digits, digits + count, out + n);
+        }
+        n += count;
+    };
+
+    long long e = exponent;
+    int before = 1;
+    if (format == RealStringParser::Engineering) {
+        const int remainder = static_cast<int>(((e % 3) + 3) % 3);
+        e -= remainder;
+        before = remainder + 1;
+    }
+    if (negative) {
+        put('-');
+    }
+    if (format == RealStringParser::Engineering && e == -3) {
+        // Magnitudes from 0.001 up to 1 are written without an exponent on purpose.
+        put('0');
+        put('.');
+        for (int i = before; i < 3; ++i) {
+            put('0');
+        }
+        putDigits(left.constData(), left.size());
+        putDigits(right.constData(), right.size());
+        return n;
+    }
+    putDigits(left.constData(), left.size());
+    const int moved = before - 1;
+    const int fromRight = qMin(moved, right.size());
+    putDigits(right.constData(), fromRight);
+    for (int i = fromRight; i < moved; ++i) {
+        put('0');
+    }
+    if (right.size() > moved) {
+        put('.');
+        putDigits(right.constData() + moved, right.size() - moved);
+    }
+    if (e != 0) {
+        put('e');
+        if (e < 0) {
+            put('-');
+        }
+        char reversed[24];
+        int count = 0;
+        for (unsigned long long magnitude = e < 0 ? 0ULL - static_cast<unsigned long long>(e)
+                                                  : static_cast<unsigned long long>(e);
+             magnitude != 0; magnitude /= 10) {
+            reversed[count++] = static_cast<char>('0' + magnitude % 10);
+        }
+        while (count > 0) {
+            put(reversed[--count]);
+        }
+    }
+    return n;
+}
+
+// The conversion of QString::toDouble (C locale), reached without building a QString.
+double toDouble(QStringView text, bool* ok) {
+    static const QLocale c = QLocale::c();
+    return c.toDouble(text, ok);
+}
+
 }  // namespace
+
+struct RealStringParser::Tokens : TokenData {};
 
 RealStringParser::RealStringParser()
     : m_state(Invalid),
@@ -172,13 +338,12 @@ RealStringParser::RealStringParser()
 
 RealStringParser::RealStringParser(const QString& text) : RealStringParser() {
     m_originalValue = text;
-    parseValue(text);
-    if (m_state == Real) {
-        normalize();
-        if (m_state == Real) {
-            valueToReal();
-        }
+    const Tokens t{tokenize(text.constData(), text.size())};
+    if (t.state != Real || t.numberEnd != t.end) {
+        parseValue(text);
+        return;
     }
+    takeNormalized(text, t);
 }
 
 RealStringParser::RealStringParser(State state, bool negative, QString left, QString right,
@@ -209,42 +374,64 @@ QString RealStringParser::value(RealStringFormat format, int exponentOffset) con
     if (m_left.isEmpty()) {
         return QStringLiteral("0");
     }
-    long long e = static_cast<long long>(m_exponent) + exponentOffset;
-    int before = 1;
-    if (format == Engineering) {
-        const int remainder = static_cast<int>(((e % 3) + 3) % 3);
-        e -= remainder;
-        before = remainder + 1;
-    }
-    QString out;
-    if (m_negative) {
-        out += QLatin1Char('-');
-    }
-    if (format == Engineering && e == -3) {
-        // Magnitudes from 0.001 up to 1 are written without an exponent on purpose.
-        out += QLatin1String("0.");
-        out += QString(3 - before, kZero);
-        out += m_left;
-        out += m_right;
-        return out;
-    }
-    out += m_left;
-    const int moved = before - 1;
-    if (moved > 0) {
-        out += m_right.left(moved);
-        if (m_right.size() < moved) {
-            out += QString(moved - m_right.size(), kZero);
-        }
-    }
-    if (m_right.size() > moved) {
-        out += QLatin1Char('.');
-        out += m_right.mid(moved);
-    }
-    if (e != 0) {
-        out += QLatin1Char('e');
-        out += QString::number(e);
-    }
+    const long long e = static_cast<long long>(m_exponent) + exponentOffset;
+    QString out(formatDigits(m_negative, m_left, m_right, e, format, nullptr), Qt::Uninitialized);
+    formatDigits(m_negative, m_left, m_right, e, format, out.data());
     return out;
+}
+
+void RealStringParser::takeNormalized(const QString& text, const Tokens& t) {
+    m_state = Real;
+    m_negative = t.negative;
+    m_exponent = static_cast<int>(t.exponent);
+    m_scaleFactorFound = t.scaleFactorFound;
+    long long shift = 0;
+    if (!normalizedDigits(text, t, &m_left, &m_right, &shift)) {
+        m_exponent = 0;
+    } else if (!addToExponent(shift)) {
+        return;
+    }
+    valueToReal();
+}
+
+bool RealStringParser::splitNumberAndUnits(const QString& text, RealStringParser* number,
+                                           QString* units) {
+    // One tokenising pass for both parts. Tokenising the number part alone would stop at
+    // the same place with the same result, so the number is taken from these tokens; its
+    // original text is not kept.
+    const Tokens t{tokenize(text.constData(), text.size())};
+    if (t.state != Real) {
+        return false;
+    }
+    *units = text.mid(t.numberEnd, t.end - t.numberEnd).trimmed();
+    if (!UnitsParser::unitsAreValid(*units)) {
+        return false;
+    }
+    number->takeNormalized(text, t);
+    return true;
+}
+
+double RealStringParser::valueAsDouble(RealStringFormat format, long long exponentOffset,
+                                       bool* ok) const {
+    // Converts the text of value(format, exponentOffset), written to a stack buffer when it
+    // fits, exactly as QString::toDouble would convert that text.
+    if (m_left.isEmpty()) {
+        if (ok != nullptr) {
+            *ok = true;
+        }
+        return 0.0;
+    }
+    const long long e = static_cast<long long>(m_exponent) + exponentOffset;
+    constexpr int kBufferSize = 64;
+    QChar buffer[kBufferSize];
+    const int length = formatDigits(m_negative, m_left, m_right, e, format, nullptr);
+    if (length <= kBufferSize) {
+        formatDigits(m_negative, m_left, m_right, e, format, buffer);
+        return toDouble(QStringView(buffer, length), ok);
+    }
+    QString text(length, Qt::Uninitialized);
+    formatDigits(m_negative, m_left, m_right, e, format, text.data());
+    return toDouble(QStringView(text), ok);
 }
 
 bool RealStringParser::parseNumberAndUnits(QString text, QString* number, QString* units) {
@@ -254,7 +441,7 @@ bool RealStringParser::parseNumberAndUnits(QString text, QString* number, QStrin
     if (units != nullptr) {
         units->clear();
     }
-    const Tokens t = tokenize(text);
+    const Tokens t{tokenize(text.constData(), text.size())};
     if (t.state != Real) {
         return false;
     }
@@ -274,11 +461,11 @@ void RealStringParser::parseValue(const QString& text) {
     m_valueAsReal = 0.0;
     m_exponent = 0;
     m_scaleFactorFound = false;
-    const Tokens t = tokenize(text);
+    const Tokens t{tokenize(text.constData(), text.size())};
     m_state = t.state;
     m_negative = t.negative;
-    m_left = text.mid(t.leftBegin, t.leftEnd - t.leftBegin);
-    m_right = text.mid(t.rightBegin, t.rightEnd - t.rightBegin);
+    m_left = piece(text, t.leftBegin, t.leftEnd);
+    m_right = piece(text, t.rightBegin, t.rightEnd);
     m_exponent = static_cast<int>(t.exponent);
     m_scaleFactorFound = t.scaleFactorFound;
     if (t.numberEnd != t.end) {
@@ -351,7 +538,7 @@ void RealStringParser::adjustExponent(int exponent) {
 
 void RealStringParser::valueToReal() {
     bool ok = false;
-    const double real = value(Scientific, 0).toDouble(&ok);
+    const double real = valueAsDouble(Scientific, 0, &ok);
     if (ok) {
         m_valueAsReal = real;
     } else {

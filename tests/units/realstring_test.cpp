@@ -8,6 +8,9 @@
 #include <QString>
 
 #include <cstring>
+#include <iterator>
+#include <random>
+#include <string>
 
 using Orrery::RealString;
 using Orrery::RealStringParser;
@@ -283,3 +286,78 @@ INSTANTIATE_TEST_SUITE_P(
                       AsRealRow{"", 0.0, false}, AsRealRow{"1e", 0.0, false},
                       AsRealRow{"1e999 V", 0.0, false}, AsRealRow{"1e308 mi", 0.0, false},
                       AsRealRow{"5 k", 5000.0, true}, AsRealRow{"5 Ohm 2", 0.0, false}));
+
+// ---- asReal against the conversion spelled out step by step, on random texts.
+
+namespace {
+
+double stepwiseAsReal(const QString& text, bool* ok) {
+    *ok = false;
+    QString number;
+    QString unitsText;
+    if (!RealStringParser::parseNumberAndUnits(text, &number, &unitsText)) {
+        return 0.0;
+    }
+    const RealStringParser value(number);
+    const Orrery::UnitsParser units(unitsText);
+    if (!value.isReal()) {
+        return 0.0;
+    }
+    QString shown;
+    if (units.conversionFactor() == 1.0) {
+        shown = value.value(RealStringParser::Engineering, units.exponent());
+    } else {
+        const RealStringParser converted(
+            QString::number(value.valueAsReal() * units.conversionFactor(), 'g', 6));
+        if (!converted.isReal()) {
+            return 0.0;
+        }
+        shown = converted.value(RealStringParser::Engineering, units.exponent());
+    }
+    return shown.toDouble(ok);
+}
+
+}  // namespace
+
+TEST(RealStringProperty, AsRealMatchesTheStepwiseConversion) {
+    std::mt19937 rng(0x5eed0101u);
+    const auto pick = [&rng](int low, int high) {
+        return std::uniform_int_distribution<int>(low, high)(rng);
+    };
+    static const char* const separators[] = {"", " ", "  ", "\t"};
+    static const char* const units[] = {"",     "mil", "mils", "meter", "micron", "in",  "ft",
+                                        "mi",   "nmi", "PHz",  "dB",    "%",      "GHz", "pF",
+                                        "kOhm", "m",   "cm",   "mm",    "_m",     "Hz",  "k",
+                                        "m/s",  "k-1", "uV",   "THz",   "aF",     "x"};
+    int succeeded = 0;
+    for (int round = 0; round < 20000; ++round) {
+        std::string text = pick(0, 3) == 0 ? "-" : "";
+        for (int i = pick(0, 4); i > 0; --i) {
+            text += static_cast<char>('0' + pick(0, 9));
+        }
+        if (pick(0, 1)) {
+            text += '.';
+            for (int i = pick(0, 4); i > 0; --i) {
+                text += static_cast<char>('0' + pick(0, 9));
+            }
+        }
+        if (pick(0, 1)) {
+            text += "e" + std::to_string(pick(-330, 320));
+        }
+        if (pick(0, 3) == 0) {
+            text += "afpnumc_kMGTP"[pick(0, 12)];
+        }
+        text += separators[pick(0, 3)];
+        text += units[pick(0, static_cast<int>(std::size(units)) - 1)];
+        const QString input = QString::fromStdString(text);
+
+        bool expectedOk = false;
+        const double expected = stepwiseAsReal(input, &expectedOk);
+        bool ok = !expectedOk;
+        const double actual = RealString::asReal(input, &ok);
+        ASSERT_EQ(ok, expectedOk) << text;
+        ASSERT_EQ(actual, expected) << text;
+        succeeded += ok ? 1 : 0;
+    }
+    EXPECT_GT(succeeded, 5000);
+}

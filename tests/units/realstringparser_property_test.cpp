@@ -33,7 +33,8 @@ struct Sample {
 
 class SampleMaker {
 public:
-    explicit SampleMaker(unsigned seed) : rng_(seed) {}
+    explicit SampleMaker(unsigned seed, int exponentRange = 250)
+        : rng_(seed), exponentRange_(exponentRange) {}
 
     int uniform(int low, int high) { return std::uniform_int_distribution<int>(low, high)(rng_); }
 
@@ -59,7 +60,7 @@ public:
         int exponent = 0;
         std::string exponentText;
         if (uniform(0, 3) != 0) {
-            exponent = uniform(-250, 250);
+            exponent = uniform(-exponentRange_, exponentRange_);
             exponentText = uniform(0, 1) ? "e" : "E";
             if (exponent < 0) {
                 exponentText += '-';
@@ -105,6 +106,7 @@ private:
         Orrery::UnitsParser::isPrefix(c, exponent);
     }
     std::mt19937 rng_;
+    int exponentRange_;
 };
 
 QString q(const std::string& text) {
@@ -209,6 +211,27 @@ TEST(RealStringParserProperty, ConstructionEqualsTokenisingThenNormalising) {
         ASSERT_EQ(UnitsTestAccess::right(stepwise), UnitsTestAccess::right(p)) << s.text;
         ASSERT_EQ(stepwise.exponent(), p.exponent()) << s.text;
     }
+}
+
+TEST(RealStringParserProperty, StateAndDoubleFollowQStringToDoubleAtTheRangeLimits) {
+    // Exponents up to 360 cross both ends of the double range (overflow, underflow).
+    SampleMaker maker(0x5eed0007u, 360);
+    int invalid = 0;
+    for (int round = 0; round < kRounds; ++round) {
+        const Sample s = maker.make();
+        const RealStringParser p(q(s.text));
+        RealStringParser reference = UnitsTestAccess::tokenized(q(s.text));
+        ASSERT_EQ(reference.state(), Real) << s.text;
+        UnitsTestAccess::normalize(reference);
+        bool ok = false;
+        const double expected = reference.value(Scientific).toDouble(&ok);
+        ASSERT_EQ(p.state(), ok ? Real : RealStringParser::Invalid) << s.text;
+        ASSERT_EQ(p.valueAsReal(), ok ? expected : 0.0) << s.text;
+        invalid += ok ? 0 : 1;
+    }
+    // Both outcomes occur.
+    EXPECT_GT(invalid, 0);
+    EXPECT_LT(invalid, kRounds);
 }
 
 TEST(RealStringParserProperty, ArbitraryTextNeverBreaksTheInvariants) {
