@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Numbers with units: parse + normalise + format of a million mixed values, side by side
 // with strtod + snprintf("%g") on the same texts (the floor of a double round trip), and
-// RealString::asReal beside strtod. Heap allocations per value are counted in an untimed
+// RealString::asReal beside strtod alone and beside the C-library conversions its
+// algorithm needs. Heap allocations per value are counted in an untimed
 // pass through a counting operator new and, on glibc, counting malloc-family functions
 // (Qt's strings allocate with malloc, not with operator new).
 #include <orrery/units.h>
@@ -94,7 +95,7 @@ constexpr int kCountedValues = 10000;
 struct Texts {
     std::vector<QString> qt;
     std::vector<std::string> bytes;
-    std::vector<std::string> numbers;  // the number part alone, for the strtod floor
+    std::vector<double> factors;  // conversion factor of the units, for the conversions floor
 };
 
 std::string digits(std::mt19937& rng, int count, bool nonZeroFirst) {
@@ -142,15 +143,16 @@ const Texts& mixedValues() {
 const Texts& valuesWithUnits() {
     static const Texts texts = [] {
         Texts t;
-        static const char* const units[] = {" mil", " GHz", " pF", "k Ohm", " mi", "%", " dB",
-                                            " nH"};
+        static const char* const units[] = {" mil", " GHz", " pF", "k Ohm",
+                                            " mi",  "%",    " dB", " nH"};
+        static const double factors[] = {2.54e-5, 1.0, 1.0, 1.0, 1609.344, 0.01, 1.0, 1.0};
         std::mt19937 rng(20240606u);
         for (int i = 0; i < kValues; ++i) {
             const std::string number = digits(rng, 1 + i % 3, true) + "." + digits(rng, 1, false);
             const std::string text = number + units[i % 8];
             t.qt.push_back(QString::fromStdString(text));
             t.bytes.push_back(text);
-            t.numbers.push_back(number);
+            t.factors.push_back(factors[i % 8]);
         }
         return t;
     }();
@@ -249,11 +251,38 @@ void BM_AsRealStrtodFloor(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * kValues);
 }
 
+// The decimal/binary conversions that asReal's algorithm needs, done with the C library:
+// the number to a double, and the final text to a double; for units with a conversion
+// factor also the product written with six digits and read back.
+void BM_AsRealConversionsFloor(benchmark::State& state) {
+    const Texts& texts = valuesWithUnits();
+    for (auto _ : state) {
+        for (size_t i = 0; i < texts.bytes.size(); ++i) {
+            const char* text = texts.bytes[i].c_str();
+            char* end = nullptr;
+            double value = std::strtod(text, &end);
+            if (texts.factors[i] != 1.0) {
+                char buffer[32];
+                std::snprintf(buffer, sizeof buffer, "%.6g", value * texts.factors[i]);
+                value = std::strtod(buffer, &end);
+                benchmark::DoNotOptimize(value);
+                value = std::strtod(buffer, &end);
+            } else {
+                value = std::strtod(text, &end);
+            }
+            benchmark::DoNotOptimize(value);
+            benchmark::DoNotOptimize(end);
+        }
+    }
+    state.SetItemsProcessed(state.iterations() * kValues);
+}
+
 BENCHMARK(BM_ParseNormaliseFormat)->Unit(benchmark::kMillisecond)->MinTime(2.0);
 BENCHMARK(BM_ParseOnly)->Unit(benchmark::kMillisecond)->MinTime(2.0);
 BENCHMARK(BM_StrtodSnprintfFloor)->Unit(benchmark::kMillisecond)->MinTime(2.0);
 BENCHMARK(BM_AsReal)->Unit(benchmark::kMillisecond)->MinTime(2.0);
 BENCHMARK(BM_AsRealStrtodFloor)->Unit(benchmark::kMillisecond)->MinTime(2.0);
+BENCHMARK(BM_AsRealConversionsFloor)->Unit(benchmark::kMillisecond)->MinTime(2.0);
 
 // Prints the console report and then the ratios against the floors.
 class RatioReporter : public benchmark::ConsoleReporter {
@@ -274,14 +303,14 @@ public:
         ratio("BM_ParseNormaliseFormat", "BM_StrtodSnprintfFloor", "(target: within 3x)");
         ratio("BM_ParseOnly", "BM_StrtodSnprintfFloor", "");
         ratio("BM_AsReal", "BM_AsRealStrtodFloor", "");
+        ratio("BM_AsReal", "BM_AsRealConversionsFloor", "");
     }
 
 private:
     void ratio(const std::string& ours, const std::string& floor, const char* note) {
         const auto a = times_.find(ours);
         const auto b = times_.find(floor);
-        if (a != times_.end() && b != times_.end() && b->second.first > 0 &&
-            b->second.second > 0) {
+        if (a != times_.end() && b != times_.end() && b->second.first > 0 && b->second.second > 0) {
             std::printf("ratio %s / %s: %.2f wall, %.2f cpu %s\n", ours.c_str(), floor.c_str(),
                         a->second.first / b->second.first, a->second.second / b->second.second,
                         note);

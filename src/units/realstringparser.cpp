@@ -202,6 +202,15 @@ QString piece(const QString& text, int begin, int end) {
     return text.mid(begin, end - begin);
 }
 
+// The text after the number, trimmed (the tokens already end at the trimmed end).
+QString trimmedRest(const QString& text, const TokenData& t) {
+    int begin = t.numberEnd;
+    while (begin < t.end && text.at(begin).isSpace()) {
+        ++begin;
+    }
+    return text.mid(begin, t.end - begin);
+}
+
 // The normal form cut straight from the digits that the tokeniser found: the same digits
 // and exponent shift that normalize() reaches by moving digits step by step, without the
 // intermediate strings. Returns false for zero.
@@ -403,7 +412,7 @@ bool RealStringParser::splitNumberAndUnits(const QString& text, RealStringParser
     if (t.state != Real) {
         return false;
     }
-    *units = text.mid(t.numberEnd, t.end - t.numberEnd).trimmed();
+    *units = trimmedRest(text, t);
     if (!UnitsParser::unitsAreValid(*units)) {
         return false;
     }
@@ -445,7 +454,7 @@ bool RealStringParser::parseNumberAndUnits(QString text, QString* number, QStrin
     if (t.state != Real) {
         return false;
     }
-    const QString rest = text.mid(t.numberEnd, t.end - t.numberEnd).trimmed();
+    const QString rest = trimmedRest(text, t);
     if (number != nullptr) {
         *number = text.mid(t.begin, t.numberEnd - t.begin);
     }
