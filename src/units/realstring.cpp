@@ -181,7 +181,7 @@ double RealString::asReal(const QString& text, bool* ok) {
     if (units.conversionFactor() == 1.0) {
         return value.valueAsDouble(RealStringParser::Engineering, units.exponent(), ok);
     }
-    // Six significant digits, deliberately, as the conversion has always been shown.
+    // Six significant digits, deliberately, whatever the precision of the value.
     const RealStringParser converted(
         QString::number(value.valueAsReal() * units.conversionFactor(), 'g', 6));
     if (!converted.isReal()) {

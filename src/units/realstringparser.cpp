@@ -131,10 +131,13 @@ TokenData tokenize(const QChar* s, int size) {
         if (t.state == RealStringParser::Real && p < end && (p == end - 1 || s[p + 1].isSpace()) &&
             UnitsParser::isPrefix(s[p].toLatin1(), &scale)) {
             t.scaleFactorFound = true;
-            t.exponent += scale;
             ++p;
-            if (t.exponent < INT_MIN || t.exponent > INT_MAX) {
+            // An exponent pushed beyond int cannot be held: such a number is unusable.
+            const long long scaled = t.exponent + scale;
+            if (scaled < INT_MIN || scaled > INT_MAX) {
                 t.state = RealStringParser::Invalid;
+            } else {
+                t.exponent = scaled;
             }
         }
     }

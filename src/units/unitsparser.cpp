@@ -25,7 +25,7 @@ const QHash<QString, double>& conversionTable() {
         {QStringLiteral("ft"), 0.3048},
         {QStringLiteral("mi"), 1609.344},
         {QStringLiteral("nmi"), 1852.0},
-        // "P" is not a prefix, so peta-hertz is a whole entry of its own.
+        // "P" is deliberately no prefix, so peta-hertz is a whole entry of its own.
         {QStringLiteral("PHz"), 1e15},
         {QStringLiteral("dB"), 1.0},
         {QStringLiteral("%"), 0.01},
@@ -169,6 +169,7 @@ bool UnitsParser::isPrefix(char c, int* exponent) {
     if (c < 'G' || c > 'u') {
         return false;
     }
+    // There is deliberately no P, E, d, h or da prefix, and micro is the ASCII "u" only.
     int value = 0;
     switch (c) {
         case 'a':
