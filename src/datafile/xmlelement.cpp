@@ -106,11 +106,38 @@ void XMLElement::Clear() {
 
 namespace {
 
-void takeStartTag(XMLElement& element, const QXmlStreamReader& reader) {
-    element.SetName(reader.name().toString());
+// Element and attribute names repeat throughout a document. Recently seen names
+// are kept so that a repeated name shares the stored string instead of
+// allocating a new one.
+class NameCache {
+public:
+    QString get(const QStringRef& name) {
+        for (const QString& known : names_) {
+            if (name == known) {
+                return known;
+            }
+        }
+        QString created = name.toString();
+        if (names_.size() < kCapacity) {
+            names_.push_back(created);
+        } else {
+            names_[next_] = created;
+            next_ = (next_ + 1) % kCapacity;
+        }
+        return created;
+    }
+
+private:
+    static constexpr std::size_t kCapacity = 32;
+    std::vector<QString> names_;
+    std::size_t next_ = 0;
+};
+
+void takeStartTag(XMLElement& element, const QXmlStreamReader& reader, NameCache& names) {
+    element.SetName(names.get(reader.name()));
     const QXmlStreamAttributes attributes = reader.attributes();
     for (const QXmlStreamAttribute& attribute : attributes) {
-        element.SetAttribute(attribute.name().toString(), attribute.value().toString());
+        element.SetAttribute(names.get(attribute.name()), attribute.value().toString());
     }
 }
 
@@ -120,7 +147,8 @@ ERESULT XMLElement::ParseElement(QXmlStreamReader& reader) {
     if (!reader.isStartElement()) {
         return RESULT_INVALID_ARGUMENT;
     }
-    takeStartTag(*this, reader);
+    NameCache names;
+    takeStartTag(*this, reader, names);
     // The elements whose end tag is still to come, innermost last.
     std::vector<XMLElement*> open{this};
     while (!open.empty()) {
@@ -137,7 +165,7 @@ ERESULT XMLElement::ParseElement(QXmlStreamReader& reader) {
             case QXmlStreamReader::StartElement: {
                 auto* child = new XMLElement;
                 open.back()->children.append(child);
-                takeStartTag(*child, reader);
+                takeStartTag(*child, reader, names);
                 open.push_back(child);
                 break;
             }
