@@ -1,0 +1,426 @@
+// SPDX-License-Identifier: MIT
+// The container node: owned children in name order, insertion and removal, copies.
+//
+// Depth-first work over a subtree (path-change notification, destruction, deep
+// copy) runs as an explicit loop instead of recursing once per level, so that a
+// chain of 100,000 nested containers does not exhaust the call stack. When such
+// an operation reaches a child container while a loop of the same kind is already
+// running on this thread, it hands the child's work to that loop, which does it
+// next; the nodes are therefore visited in the same depth-first, name order as a
+// recursive walk would visit them.
+
+#include <orrery/property.h>
+
+#include "property/treewalk_p.h"
+
+#include <QStringList>
+
+#include <algorithm>
+#include <stdexcept>
+#include <utility>
+#include <vector>
+
+namespace Orrery {
+
+namespace {
+
+// Nodes still to hear OnPathChanged(); the last one is notified first.
+thread_local std::vector<AbstractProperty*>* t_pathChangePending = nullptr;
+
+// Nodes detached from a container being cleared, still to be destroyed; last first.
+thread_local std::vector<AbstractProperty*>* t_destroyPending = nullptr;
+
+// A running deep copy: the source node whose Clone() the loop is calling, and the
+// copies made from it whose children the loop still has to fill in.
+using CloneFill = std::pair<PropertyObject*, const PropertyObject*>;
+struct CloneWalk {
+    const AbstractProperty* current;
+    std::vector<CloneFill>* pending;
+};
+thread_local CloneWalk t_cloneWalk = {nullptr, nullptr};
+
+// Installs a value in a thread-local slot and restores the old one on scope exit.
+template <class T>
+class ScopedSlot {
+public:
+    ScopedSlot(T& slot, T value) : slot_(slot), saved_(slot) { slot_ = value; }
+    ~ScopedSlot() { slot_ = saved_; }
+    ScopedSlot(const ScopedSlot&) = delete;
+    ScopedSlot& operator=(const ScopedSlot&) = delete;
+
+private:
+    T& slot_;
+    T saved_;
+};
+
+// Forgets the pending fill of a copy that is destroyed before the loop reaches it.
+void forgetCloneTarget(const PropertyObject* target) {
+    if (t_cloneWalk.pending == nullptr) {
+        return;
+    }
+    std::vector<CloneFill>& pending = *t_cloneWalk.pending;
+    pending.erase(std::remove_if(pending.begin(), pending.end(),
+                                 [target](const CloneFill& fill) { return fill.first == target; }),
+                  pending.end());
+}
+
+}  // namespace
+
+namespace Internal {
+
+void forgetPendingPathChange(const AbstractProperty* node) {
+    if (t_pathChangePending == nullptr) {
+        return;
+    }
+    std::vector<AbstractProperty*>& pending = *t_pathChangePending;
+    pending.erase(std::remove(pending.begin(), pending.end(), node), pending.end());
+}
+
+}  // namespace Internal
+
+PropertyObject::PropertyObject() : AbstractProperty() {}
+
+PropertyObject::PropertyObject(const QString& name) : AbstractProperty(name) {}
+
+PropertyObject::PropertyObject(const PropertyObject& other) : AbstractProperty() {
+    *this = other;
+}
+
+PropertyObject::~PropertyObject() {
+    DeleteProperties();
+    forgetCloneTarget(this);
+}
+
+const QString& PropertyObject::StaticType() {
+    static const QString type = QStringLiteral("PropObj");
+    return type;
+}
+
+const QString& PropertyObject::PropertyObjType() const {
+    return StaticType();
+}
+
+unsigned int PropertyObject::GetTypeFlags() const {
+    return Property::TYPE_PROPERTY_OBJECT;
+}
+
+AbstractProperty* PropertyObject::DoClone() const {
+    return new PropertyObject(*this);
+}
+
+void PropertyObject::ForEachProperty(std::function<void(AbstractProperty*)> visit) {
+    for (auto it = children.cbegin(); it != children.cend(); ++it) {
+        visit(it.value());
+    }
+}
+
+void PropertyObject::ForEachProperty(std::function<void(const AbstractProperty*)> visit) const {
+    for (auto it = children.cbegin(); it != children.cend(); ++it) {
+        visit(it.value());
+    }
+}
+
+PropertyObject& PropertyObject::operator=(const PropertyObject& other) {
+    if (this == &other) {
+        return *this;
+    }
+    DeleteProperties();
+    AbstractProperty::operator=(other);
+
+    if (t_cloneWalk.pending != nullptr && t_cloneWalk.current == &other) {
+        // This is the copy of a container that a running copy loop is cloning: the loop
+        // fills in the children right after this copy is inserted in its new parent.
+        forgetCloneTarget(this);
+        t_cloneWalk.pending->emplace_back(this, &other);
+        return *this;
+    }
+
+    struct Frame {
+        PropertyObject* target;
+        QList<const AbstractProperty*> sources;
+        int next;
+    };
+    const auto childrenOf = [](const PropertyObject& source) {
+        QList<const AbstractProperty*> list;
+        source.ForEachProperty([&list](const AbstractProperty* child) { list.append(child); });
+        return list;
+    };
+
+    std::vector<CloneFill> pending;
+    ScopedSlot<CloneWalk> walk(t_cloneWalk, CloneWalk{nullptr, &pending});
+    std::vector<Frame> frames;
+    frames.push_back(Frame{this, childrenOf(other), 0});
+    while (!frames.empty()) {
+        Frame& frame = frames.back();
+        if (frame.next == frame.sources.size()) {
+            frames.pop_back();
+            continue;
+        }
+        const AbstractProperty* source = frame.sources.at(frame.next++);
+        PropertyObject* target = frame.target;
+
+        t_cloneWalk.current = source;
+        AbstractProperty* copy = source->Clone();
+        t_cloneWalk.current = nullptr;
+        // The result is not passed on; a parentless copy that could not be inserted
+        // would belong to nobody, so it is freed.
+        if (copy != nullptr && target->InsertProperty(copy) != RESULT_OK &&
+            copy->GetParent() == nullptr) {
+            delete copy;
+        }
+        // Copies made by that Clone() get their children next, in the order they were made.
+        for (auto it = pending.rbegin(); it != pending.rend(); ++it) {
+            frames.push_back(Frame{it->first, childrenOf(*it->second), 0});
+        }
+        pending.clear();
+    }
+    return *this;
+}
+
+PropertyObject& PropertyObject::operator=(PropertyObject&& other) {
+    if (this == &other) {
+        return *this;
+    }
+    DeleteProperties();
+    AbstractProperty::operator=(other);
+    other.ForEachProperty([this](AbstractProperty* child) {
+        child->SetParent(this);
+        children.insert(child->name, child);
+    });
+    other.children.clear();
+    return *this;
+}
+
+ERESULT PropertyObject::InsertProperty(AbstractProperty* property) {
+    if (property == nullptr) {
+        return RESULT_INVALID_ARGUMENT;
+    }
+    // Only a parentless node can be the topmost ancestor, and only this container itself
+    // or a container with children can be an ancestor of this container at all; the
+    // climb to the top is skipped otherwise.
+    if (property->parent == nullptr) {
+        const auto* container = dynamic_cast<const PropertyObject*>(property);
+        if (property == this || (container != nullptr && !container->children.isEmpty())) {
+            if (GetRootProperty() == property) {
+                const QString message = QStringLiteral("circular property link error! ") +
+                                        property->GetFullPath() + QStringLiteral(" => ") +
+                                        GetFullPath();
+                throw std::logic_error(message.toStdString());
+            }
+        }
+    }
+    if (property->name.isEmpty()) {
+        return RESULT_INVALID_ARGUMENT;
+    }
+    if (children.contains(property->name)) {
+        return RESULT_ALREADY_EXISTS;
+    }
+    if (property->parent != nullptr) {
+        return RESULT_INVALID_ARGUMENT;
+    }
+    children.insert(property->name, property);
+    property->SetParent(this);
+    return RESULT_OK;
+}
+
+ERESULT PropertyObject::InsertOrReplaceProperty(AbstractProperty* property) {
+    if (property == nullptr) {
+        return RESULT_INVALID_ARGUMENT;
+    }
+    bool alreadyChild = false;
+    ForEachProperty([property, &alreadyChild](const AbstractProperty* child) {
+        if (child == property) {
+            alreadyChild = true;
+        }
+    });
+    if (alreadyChild) {
+        return RESULT_OK;
+    }
+    const auto it = children.find(property->name);
+    if (it != children.end()) {
+        AbstractProperty* old = it.value();
+        if (old == property) {
+            return RESULT_OK;
+        }
+        children.erase(it);
+        old->SetParent(nullptr);
+        delete old;
+    }
+    return InsertProperty(property);
+}
+
+ERESULT PropertyObject::SetPropertyRef(const QString& name, const AbstractProperty* target) {
+    auto* reference = new PropertyReference(name);
+    const ERESULT inserted = InsertProperty(reference);
+    if (inserted < 0) {
+        delete reference;
+        return inserted;
+    }
+    return reference->SetPropertyRef(target);
+}
+
+AbstractProperty* PropertyObject::TakeProperty(const QString& name) {
+    const auto it = children.find(name);
+    if (it == children.end()) {
+        return nullptr;
+    }
+    AbstractProperty* child = it.value();
+    children.erase(it);
+    child->SetParent(nullptr);
+    return child;
+}
+
+ERESULT PropertyObject::DeleteProperty(const QString& name) {
+    AbstractProperty* child = TakeProperty(name);
+    if (child == nullptr) {
+        return RESULT_NOT_FOUND;
+    }
+    delete child;
+    return RESULT_OK;
+}
+
+ERESULT PropertyObject::RemoveProperty(const QString& name) {
+    // Deliberately neither destroys nor returns the child: the caller must hold a
+    // pointer to it already (TakeProperty is the owning variant).
+    return TakeProperty(name) != nullptr ? RESULT_OK : RESULT_NOT_FOUND;
+}
+
+void PropertyObject::DeleteProperties() {
+    if (children.isEmpty()) {
+        return;
+    }
+    if (t_destroyPending != nullptr) {
+        // A clean-up is already running on this thread (this container is being destroyed
+        // as part of it): detach the children and let that loop destroy them next.
+        std::vector<AbstractProperty*>& pending = *t_destroyPending;
+        const auto first = static_cast<std::ptrdiff_t>(pending.size());
+        ForEachProperty([&pending](AbstractProperty* child) {
+            child->parent = nullptr;
+            pending.push_back(child);
+        });
+        std::reverse(pending.begin() + first, pending.end());
+        children.clear();
+        return;
+    }
+
+    QList<AbstractProperty*> list;
+    ForEachProperty([&list](AbstractProperty* child) { list.append(child); });
+    std::vector<AbstractProperty*> pending;
+    ScopedSlot<std::vector<AbstractProperty*>*> scope(t_destroyPending, &pending);
+    for (AbstractProperty* child : list) {
+        // The child's destructor detaches it from this container.
+        delete child;
+        while (!pending.empty()) {
+            AbstractProperty* node = pending.back();
+            pending.pop_back();
+            delete node;
+        }
+    }
+    children.clear();
+}
+
+void PropertyObject::OnPathChanged() {
+    const auto queueChildren = [this](std::vector<AbstractProperty*>& pending) {
+        const auto first = static_cast<std::ptrdiff_t>(pending.size());
+        ForEachProperty([&pending](AbstractProperty* child) { pending.push_back(child); });
+        std::reverse(pending.begin() + first, pending.end());
+    };
+    if (t_pathChangePending != nullptr) {
+        // A notification walk is running on this thread; it notifies these children next.
+        queueChildren(*t_pathChangePending);
+        return;
+    }
+    std::vector<AbstractProperty*> pending;
+    ScopedSlot<std::vector<AbstractProperty*>*> scope(t_pathChangePending, &pending);
+    queueChildren(pending);
+    while (!pending.empty()) {
+        AbstractProperty* node = pending.back();
+        pending.pop_back();
+        node->OnPathChanged();
+    }
+}
+
+bool PropertyObject::HasProperty(const QString& name) const {
+    return children.contains(name);
+}
+
+AbstractProperty* PropertyObject::GetPropertyPtr(const QString& name) {
+    return children.value(name, nullptr);
+}
+
+const AbstractProperty* PropertyObject::GetPropertyConstPtr(const QString& name) const {
+    return children.value(name, nullptr);
+}
+
+int PropertyObject::GetPropertyCount() const {
+    return children.size();
+}
+
+void PropertyObject::GetPropertyList(QList<AbstractProperty*>* list) const {
+    if (list == nullptr) {
+        return;
+    }
+    list->clear();
+    ForEachProperty([list](const AbstractProperty* child) {
+        list->append(const_cast<AbstractProperty*>(child));
+    });
+}
+
+QList<AbstractProperty*> PropertyObject::GetPropertyListSorted() {
+    QList<AbstractProperty*> list;
+    ForEachProperty([&list](AbstractProperty* child) { list.append(child); });
+    // The map is already in this order; the explicit sort is deliberately kept as the
+    // defined behaviour: a comes first when a case-sensitive sort of the two names puts
+    // a's name first.
+    std::sort(list.begin(), list.end(), [](const AbstractProperty* a, const AbstractProperty* b) {
+        if (a == b) {
+            return false;
+        }
+        QStringList names{a->name, b->name};
+        names.sort(Qt::CaseSensitive);
+        return names.first() == a->name;
+    });
+    return list;
+}
+
+void PropertyObject::BuildMetadataList(QList<AbstractProperty*>* list) const {
+    if (list == nullptr) {
+        return;
+    }
+    // Deliberately leaves the list as it was when there are no children.
+    if (children.isEmpty()) {
+        return;
+    }
+    list->clear();
+    ForEachProperty([list](const AbstractProperty* child) {
+        if ((child->GetTypeFlags() & Property::TYPE_METADATA) != 0) {
+            list->append(const_cast<AbstractProperty*>(child));
+        }
+    });
+}
+
+void PropertyObject::GetPrefixedChildrenProperties(QList<AbstractProperty*>* list,
+                                                   QString prefix) const {
+    if (list == nullptr) {
+        return;
+    }
+    const int count = children.size();
+    list->clear();
+    for (int index = 0; index < count; ++index) {
+        AbstractProperty* child = children.value(prefix + QString::number(index), nullptr);
+        if (child != nullptr) {
+            list->append(child);
+        }
+    }
+}
+
+bool PropertyObject::CanReferenceProperty(const AbstractProperty* target) {
+    if (target == nullptr) {
+        return false;
+    }
+    const AbstractProperty* targetRoot = target->GetRootProperty();
+    return GetRootProperty() == targetRoot ||
+           (targetRoot->GetTypeFlags() & Property::TYPE_FILE_ROOT) != 0;
+}
+
+}  // namespace Orrery

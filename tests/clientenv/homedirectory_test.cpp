@@ -1,0 +1,215 @@
+// SPDX-License-Identifier: MIT
+// The home directory: where it comes from, its configuration folder, and the
+// fatal message and exit status when there is none. The driver's passwd entry
+// names a test profile directory (or none), so the real home is never touched.
+#include <vexil/clientenvironment.h>
+
+#include "clientenvtest.h"
+
+#include <QFile>
+
+#include <unistd.h>
+
+using OrreryTest::ChildResult;
+using OrreryTest::DriverOutput;
+using OrreryTest::utf8;
+
+namespace {
+
+const QByteArray kNotFound =
+    "\nCould not find the environment variables HOME or USERPROFILE."
+    "\nPlease reinstall or manually set this setting as an environment variable on your system."
+    "\n\nThe program will exit when you hit OK.";
+
+class HomeDirectoryTest : public OrreryTest::ClientEnvProcessTest {
+protected:
+    void SetUp() override {
+        ClientEnvProcessTest::SetUp();
+        // Messages go to standard error, as a console client shows them.
+        unsetChild(QStringLiteral("ORRERY_DRIVER_SINK"));
+    }
+    static QByteArray fatalText(const QByteArray& message, const QByteArray& directory) {
+        return message + "\n\nFor " + utf8(driver()) + " to function properly, the HOME folder " +
+               directory +
+               " must exist and needs to have write access for the current user (or for all "
+               "users if this is a shared system).\n\nThe program will exit when you hit OK";
+    }
+    static void expectFatalExit(const ChildResult& result) {
+        EXPECT_EQ(result.status, QProcess::NormalExit);
+        EXPECT_EQ(result.exitCode, 255);  // exit status -1
+        EXPECT_EQ(result.out, QByteArray());
+    }
+    static bool isDir(const QString& directory) { return QFileInfo(directory).isDir(); }
+};
+
+}  // namespace
+
+TEST_F(HomeDirectoryTest, BlanksAroundHomeAreTrimmedAndTheConfigFolderIsCreated) {
+    setChild(QStringLiteral("HOME"), QString(QStringLiteral("  ") + home() + QStringLiteral("  ")));
+    const ChildResult result = run(QStringLiteral("home"));
+    EXPECT_EQ(result.exitCode, 0) << result.err.constData();
+    EXPECT_EQ(result.out, "HOME=[" + utf8(home()) + "]\n");
+    EXPECT_TRUE(isDir(QString(home() + QStringLiteral("/korvane/config"))));
+    EXPECT_FALSE(QFileInfo::exists(QString(home() + QStringLiteral("/korvane/config/de_sim.cfg"))));
+}
+
+TEST_F(HomeDirectoryTest, WindowsStyleHomeWithBlanksIsTrimmed) {
+    // "C:\Users\a" names the relative directory C:/Users/a on this host.
+    setChild(QStringLiteral("HOME"), QStringLiteral("  C:\\Users\\a  "));
+    const ChildResult result = run(QStringLiteral("home"), {}, path());
+    EXPECT_EQ(result.exitCode, 0) << result.err.constData();
+    EXPECT_EQ(result.out, QByteArray("HOME=[C:\\Users\\a]\n"));
+    EXPECT_TRUE(isDir(path(QStringLiteral("C:/Users/a/korvane/config"))));
+}
+
+TEST_F(HomeDirectoryTest, TabsAndNewlinesAreTrimmedAtBothEndsOnly) {
+    setChild(QStringLiteral("HOME"), QStringLiteral("\t\n /x \t y \n\t "));
+    const ChildResult result = run(QStringLiteral("get-home"));
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.out, QByteArray("home=[/x \t y]\n"));
+}
+
+TEST_F(HomeDirectoryTest, UnsetHomeUsesTheProfileDirectoryWithVepAndNa) {
+    unsetChild(QStringLiteral("HOME"));
+    ASSERT_TRUE(QDir(path()).mkpath(QStringLiteral("profile")));
+    setChild(QStringLiteral("ORRERY_DRIVER_PROFILE"), path(QStringLiteral("profile")));
+    const ChildResult result = run(QStringLiteral("home"));
+    EXPECT_EQ(result.exitCode, 0) << result.err.constData();
+    const QString expected = path(QStringLiteral("profile/vep/NA"));
+    EXPECT_EQ(result.out, "HOME=[" + utf8(expected) + "]\n");
+    EXPECT_TRUE(isDir(path(QStringLiteral("profile/vep"))));
+    EXPECT_TRUE(isDir(expected));
+    EXPECT_TRUE(isDir(QString(expected + QStringLiteral("/korvane/config"))));
+}
+
+TEST_F(HomeDirectoryTest, EmptyHomeUsesTheProfileDirectoryThatAlreadyExists) {
+    setChild(QStringLiteral("HOME"), QString());
+    ASSERT_TRUE(QDir(path()).mkpath(QStringLiteral("profile/vep/NA")));
+    setChild(QStringLiteral("ORRERY_DRIVER_PROFILE"), path(QStringLiteral("profile")));
+    const ChildResult result = run(QStringLiteral("get-home"));
+    EXPECT_EQ(result.exitCode, 0) << result.err.constData();
+    EXPECT_EQ(result.out, "home=[" + utf8(path(QStringLiteral("profile/vep/NA"))) + "]\n");
+}
+
+TEST_F(HomeDirectoryTest, HomeFromTheRegistryWinsOverTheEnvironment) {
+    writeRegistry({{QStringLiteral("HOME"), path(QStringLiteral("registry-home"))}});
+    const ChildResult result = run(QStringLiteral("home"));
+    EXPECT_EQ(result.exitCode, 0) << result.err.constData();
+    EXPECT_EQ(result.out, "HOME=[" + utf8(path(QStringLiteral("registry-home"))) + "]\n");
+    EXPECT_TRUE(isDir(path(QStringLiteral("registry-home/korvane/config"))));
+    EXPECT_FALSE(QFileInfo::exists(QString(home() + QStringLiteral("/korvane"))));
+}
+
+TEST_F(HomeDirectoryTest, EmptyRegistryHomeIsFatalEvenWithAProfile) {
+    writeRegistry({{QStringLiteral("HOME"), QString()}});
+    ASSERT_TRUE(QDir(path()).mkpath(QStringLiteral("profile")));
+    setChild(QStringLiteral("ORRERY_DRIVER_PROFILE"), path(QStringLiteral("profile")));
+    const ChildResult result = run(QStringLiteral("home"));
+    expectFatalExit(result);
+    EXPECT_EQ(result.err, fatalText(kNotFound, QByteArray()));
+    EXPECT_FALSE(QFileInfo::exists(path(QStringLiteral("profile/vep"))));
+}
+
+TEST_F(HomeDirectoryTest, BlankHomeIsFatalWithoutFallingBackToTheProfile) {
+    setChild(QStringLiteral("HOME"), QStringLiteral(" \t\n "));
+    ASSERT_TRUE(QDir(path()).mkpath(QStringLiteral("profile")));
+    setChild(QStringLiteral("ORRERY_DRIVER_PROFILE"), path(QStringLiteral("profile")));
+    const ChildResult result = run(QStringLiteral("home"));
+    expectFatalExit(result);
+    EXPECT_EQ(result.err, fatalText(kNotFound, QByteArray()));
+    EXPECT_FALSE(QFileInfo::exists(path(QStringLiteral("profile/vep"))));
+}
+
+TEST_F(HomeDirectoryTest, NoHomeAndNoProfileIsFatal) {
+    unsetChild(QStringLiteral("HOME"));
+    const ChildResult result = run(QStringLiteral("home"));
+    expectFatalExit(result);
+    EXPECT_EQ(result.err, fatalText(kNotFound, QByteArray()));
+}
+
+TEST_F(HomeDirectoryTest, ProfileWhereVepCannotBeCreatedIsFatal) {
+    unsetChild(QStringLiteral("HOME"));
+    setChild(QStringLiteral("ORRERY_DRIVER_PROFILE"), path(QStringLiteral("missing/profile")));
+    const ChildResult result = run(QStringLiteral("home"));
+    expectFatalExit(result);
+    EXPECT_EQ(result.err, fatalText(kNotFound, QByteArray()));
+    EXPECT_FALSE(QFileInfo::exists(path(QStringLiteral("missing"))));
+}
+
+TEST_F(HomeDirectoryTest, ProfileWhereNaCannotBeCreatedIsFatal) {
+    unsetChild(QStringLiteral("HOME"));
+    ASSERT_TRUE(QDir(path()).mkpath(QStringLiteral("profile")));
+    QFile blocker(path(QStringLiteral("profile/vep")));
+    ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
+    blocker.close();
+    setChild(QStringLiteral("ORRERY_DRIVER_PROFILE"), path(QStringLiteral("profile")));
+    const ChildResult result = run(QStringLiteral("home"));
+    expectFatalExit(result);
+    EXPECT_EQ(result.err, fatalText(kNotFound, QByteArray()));
+}
+
+TEST_F(HomeDirectoryTest, HomeThatIsAFileCannotHoldTheConfigFolder) {
+    QFile file(path(QStringLiteral("plainfile")));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.close();
+    setChild(QStringLiteral("HOME"), path(QStringLiteral("plainfile")));
+    const ChildResult result = run(QStringLiteral("home"));
+    expectFatalExit(result);
+    const QByteArray config = utf8(path(QStringLiteral("plainfile/korvane/config")));
+    EXPECT_EQ(
+        result.err,
+        fatalText("Error: Cannot create the directory " + config + ": Not a directory", config));
+}
+
+TEST_F(HomeDirectoryTest, UnwritableHomeIsFatalWithTheReason) {
+    if (::geteuid() == 0) {
+        GTEST_SKIP() << "permissions do not stop the superuser";
+    }
+    ASSERT_TRUE(QDir(path()).mkpath(QStringLiteral("readonly")));
+    QFile::setPermissions(path(QStringLiteral("readonly")),
+                          QFileDevice::ReadOwner | QFileDevice::ExeOwner);
+    setChild(QStringLiteral("HOME"), path(QStringLiteral("readonly")));
+    const ChildResult result = run(QStringLiteral("home"));
+    QFile::setPermissions(path(QStringLiteral("readonly")),
+                          QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    expectFatalExit(result);
+    const QByteArray config = utf8(path(QStringLiteral("readonly/korvane/config")));
+    EXPECT_TRUE(result.err.startsWith("Error: Cannot create the directory " + config + ": "))
+        << result.err.constData();
+    EXPECT_EQ(
+        result.err,
+        fatalText("Error: Cannot create the directory " + config + ": Permission denied", config));
+}
+
+TEST_F(HomeDirectoryTest, EnsureHomeDirExistsCreatesMissingParents) {
+    setChild(QStringLiteral("ORRERY_DRIVER_ARG1"), path(QStringLiteral("new/deeper/home")));
+    const ChildResult result = run(QStringLiteral("ensure-home"));
+    EXPECT_EQ(result.exitCode, 0) << result.err.constData();
+    EXPECT_EQ(result.out, QByteArray("returned=[1]\n"));
+    EXPECT_TRUE(isDir(path(QStringLiteral("new/deeper/home/korvane/config"))));
+}
+
+TEST_F(HomeDirectoryTest, EnsureHomeDirExistsAcceptsAnExistingFolder) {
+    ASSERT_TRUE(QDir(path()).mkpath(QStringLiteral("home/korvane/config")));
+    setChild(QStringLiteral("ORRERY_DRIVER_ARG1"), home());
+    const ChildResult result = run(QStringLiteral("ensure-home"));
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.out, QByteArray("returned=[1]\n"));
+    EXPECT_TRUE(QDir(QString(home() + QStringLiteral("/korvane/config")))
+                    .entryList(QDir::AllEntries | QDir::NoDotAndDotDot)
+                    .isEmpty());
+}
+
+TEST_F(HomeDirectoryTest, GiveHomeDirErrorShowsTheFullMessageOnceAndExitsWithMinusOne) {
+    setChild(QStringLiteral("ORRERY_DRIVER_ARG1"), QStringLiteral("Something failed"));
+    setChild(QStringLiteral("ORRERY_DRIVER_ARG2"), QStringLiteral("/some/dir"));
+    const ChildResult result = run(QStringLiteral("give-error"));
+    expectFatalExit(result);
+    EXPECT_EQ(result.err, fatalText("Something failed", "/some/dir"));
+
+    setChild(QStringLiteral("ORRERY_DRIVER_SINK"), QStringLiteral("record"));
+    const ChildResult recorded = run(QStringLiteral("give-error"));
+    EXPECT_EQ(recorded.exitCode, 255);
+    EXPECT_EQ(recorded.out, "MSG[" + fatalText("Something failed", "/some/dir") + "]\n");
+    EXPECT_EQ(recorded.err, QByteArray());
+}

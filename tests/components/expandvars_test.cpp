@@ -1,0 +1,159 @@
+// SPDX-License-Identifier: MIT
+#include <orrery/components.h>
+
+#include "qstring_printer.h"
+#include "testutil.h"
+
+#include <QFile>
+
+using Orrery::ExpandVars;
+
+namespace {
+
+class ExpandVarsTest : public OrreryTest::TempDirTest {
+protected:
+    void SetUp() override {
+        OrreryTest::TempDirTest::SetUp();
+        env().unset("VEXIL_REGISTRY_FILE");
+    }
+    void writeRegistry(const QByteArray& text) {
+        QFile file(path(QStringLiteral("registry.ini")));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.write(text);
+        file.close();
+        env().set("VEXIL_REGISTRY_FILE", stdPath(QStringLiteral("registry.ini")));
+    }
+};
+
+struct FormRow {
+    const char* text;
+    const char* expected;
+};
+
+class ExpandVarsForms : public ExpandVarsTest, public ::testing::WithParamInterface<FormRow> {};
+
+TEST_P(ExpandVarsForms, EveryReferenceFormExpands) {
+    env().set("ORT_HOME", "/home/u");
+    EXPECT_EQ(ExpandVars(QString::fromUtf8(GetParam().text)),
+              QString::fromUtf8(GetParam().expected));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    AllForms, ExpandVarsForms,
+    ::testing::Values(FormRow{"%ORT_HOME%/x", "/home/u/x"}, FormRow{"%ORT_HOME/x", "/home/u/x"},
+                      FormRow{"$ORT_HOME/x", "/home/u/x"}, FormRow{"$(ORT_HOME)/x", "/home/u/x"},
+                      FormRow{"%(ORT_HOME)/x", "/home/u/x"}, FormRow{"${ORT_HOME}/x", "/home/u/x"},
+                      FormRow{"%{ORT_HOME}/x", "/home/u/x"}, FormRow{"a%ORT_HOME%b", "a/home/ub"},
+                      FormRow{"%ORT_HOME%%ORT_HOME%", "/home/u/home/u"}));
+
+struct KeptRow {
+    const char* text;
+};
+
+class ExpandVarsKept : public ExpandVarsTest, public ::testing::WithParamInterface<KeptRow> {};
+
+TEST_P(ExpandVarsKept, TextWithoutReferencesStaysAsItIs) {
+    const QString text = QString::fromUtf8(GetParam().text);
+    EXPECT_EQ(ExpandVars(text), text);
+}
+
+INSTANTIATE_TEST_SUITE_P(NotReferences, ExpandVarsKept,
+                         ::testing::Values(KeptRow{"%%"}, KeptRow{"$"}, KeptRow{"%"}, KeptRow{""},
+                                           KeptRow{"$(ORT_A"}, KeptRow{"${}"}, KeptRow{"%()"},
+                                           KeptRow{"$ ORT_A"}, KeptRow{"%{ORT_A)"},
+                                           KeptRow{"plain text \xc3\xa9"}, KeptRow{"$.x %/y"}));
+
+TEST_F(ExpandVarsTest, UnsetVariableExpandsToNothing) {
+    env().unset("ORT_UNSET");
+    EXPECT_EQ(ExpandVars(QStringLiteral("$ORT_UNSET/bin")), QStringLiteral("/bin"));
+    EXPECT_EQ(ExpandVars(QStringLiteral("a${ORT_UNSET}b%ORT_UNSET%c")), QStringLiteral("abc"));
+}
+
+TEST_F(ExpandVarsTest, EmptyVariableExpandsToNothing) {
+    env().set("ORT_EMPTY", "");
+    EXPECT_EQ(ExpandVars(QStringLiteral("[$(ORT_EMPTY)]")), QStringLiteral("[]"));
+}
+
+TEST_F(ExpandVarsTest, SelfReferenceIsNotExpandedAgain) {
+    env().set("ORT_SELF", "$ORT_SELF");
+    EXPECT_EQ(ExpandVars(QStringLiteral("$ORT_SELF")), QStringLiteral("$ORT_SELF"));
+    EXPECT_EQ(ExpandVars(QStringLiteral("x/$ORT_SELF/y")), QStringLiteral("x/$ORT_SELF/y"));
+}
+
+TEST_F(ExpandVarsTest, AdjacentPercentReferencesExpandInTurn) {
+    env().set("A", "1").set("B", "2");
+    EXPECT_EQ(ExpandVars(QStringLiteral("%A%%B%")), QStringLiteral("12"));
+}
+
+TEST_F(ExpandVarsTest, TokenTextIsCaseSensitive) {
+    env().set("ORT_Home", "lower").set("ORT_HOME", "upper");
+    EXPECT_EQ(ExpandVars(QStringLiteral("$ORT_Home $ORT_HOME")), QStringLiteral("lower upper"));
+    EXPECT_EQ(ExpandVars(QStringLiteral("$ORT_HOME $ORT_Home")), QStringLiteral("upper lower"));
+}
+
+TEST_F(ExpandVarsTest, HyphenBelongsToTheName) {
+    env().set("ORT_A", "short").set("ORT_A-b", "long");
+    EXPECT_EQ(ExpandVars(QStringLiteral("$ORT_A-b")), QStringLiteral("long"));
+    EXPECT_EQ(ExpandVars(QStringLiteral("$ORT_A -b")), QStringLiteral("short -b"));
+}
+
+TEST_F(ExpandVarsTest, ValueIsReadAsUtf8) {
+    env().set("ORT_U", "\xc3\xa9t\xc3\xa9 \xe2\x82\xac");
+    EXPECT_EQ(ExpandVars(QStringLiteral("<$ORT_U>")),
+              QString::fromUtf8("<\xc3\xa9t\xc3\xa9 \xe2\x82\xac>"));
+}
+
+TEST_F(ExpandVarsTest, ValueIsNotScannedWhereItWasInserted) {
+    env().set("ORT_A", "$ORT_B").set("ORT_B", "b");
+    EXPECT_EQ(ExpandVars(QStringLiteral("$ORT_A/x")), QStringLiteral("$ORT_B/x"));
+}
+
+TEST_F(ExpandVarsTest, EveryOccurrenceOfATokenIsReplaced) {
+    env().set("ORT_A", "a");
+    EXPECT_EQ(ExpandVars(QStringLiteral("$ORT_A/$ORT_A;$ORT_A")), QStringLiteral("a/a;a"));
+}
+
+TEST_F(ExpandVarsTest, LaterTokenAlsoReplacesTextAnEarlierValueBroughtIn) {
+    env().set("ORT_A", "$ORT_B").set("ORT_B", "b");
+    EXPECT_EQ(ExpandVars(QStringLiteral("%ORT_A% $ORT_B")), QStringLiteral("b b"));
+}
+
+TEST_F(ExpandVarsTest, ReplacementMatchesTokenTextInsideLongerReferences) {
+    // The token "$ORT_A" is replaced wherever its text occurs, also as the start of "$ORT_AB".
+    env().set("ORT_A", "a").set("ORT_AB", "ab");
+    EXPECT_EQ(ExpandVars(QStringLiteral("$ORT_A $ORT_AB")), QStringLiteral("a aB"));
+    EXPECT_EQ(ExpandVars(QStringLiteral("$ORT_AB $ORT_A")), QStringLiteral("ab a"));
+    // "%ORT_A" without its closing sign is found first here, and consumes the start of "%ORT_A%".
+    EXPECT_EQ(ExpandVars(QStringLiteral("%ORT_A %ORT_A%")), QStringLiteral("a a%"));
+}
+
+TEST_F(ExpandVarsTest, OverlappingOccurrencesAreReplacedFromTheLeft) {
+    env().set("A", "v");
+    // "%A%" occurs at 0 and overlapping at 2: only the first is replaced.
+    EXPECT_EQ(ExpandVars(QStringLiteral("%A%A%")), QStringLiteral("vA%"));
+}
+
+TEST_F(ExpandVarsTest, ScanResumesAtTheOldPositionPlusTheValueLength) {
+    // Replacing "$ORT_B" also removes the copy that "%ORT_A%" brought in before the cursor, so
+    // the text shrinks in front of the resume position and "$ORT_C" is passed over.
+    env().set("ORT_A", "$ORT_B").unset("ORT_B").set("ORT_C", "c");
+    EXPECT_EQ(ExpandVars(QStringLiteral("%ORT_A%  $ORT_B$ORT_C")), QStringLiteral("  $ORT_C"));
+}
+
+TEST_F(ExpandVarsTest, FallsBackToTheRegistry) {
+    writeRegistry("[Environment]\nORT_REG=from registry\n");
+    env().unset("ORT_REG");
+    EXPECT_EQ(ExpandVars(QStringLiteral("$ORT_REG/x")), QStringLiteral("from registry/x"));
+    env().set("ORT_REG", "");
+    EXPECT_EQ(ExpandVars(QStringLiteral("%ORT_REG%/x")), QStringLiteral("from registry/x"));
+    env().set("ORT_REG", "from env");
+    EXPECT_EQ(ExpandVars(QStringLiteral("${ORT_REG}/x")), QStringLiteral("from env/x"));
+}
+
+TEST_F(ExpandVarsTest, WithoutRegistryAnUnsetVariableIsEmpty) {
+    writeRegistry("[Environment]\nORT_OTHER=1\n");
+    env().unset("ORT_REG");
+    EXPECT_EQ(ExpandVars(QStringLiteral("[$(ORT_REG)]")), QStringLiteral("[]"));
+}
+
+}  // namespace
