@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 // The base node of the property tree: names, flags, parent links, cloning.
 
+#include <orrery/datafile.h>
 #include <orrery/property.h>
 
-#include "property/datafilelink_p.h"
 #include "property/treewalk_p.h"
 
 #include <QMessageLogger>
@@ -197,8 +197,8 @@ bool AbstractProperty::HasFileRoot() const {
 }
 
 const DataFile* AbstractProperty::GetDataFile() const {
-    // Whether the root is a data file's root node is known to the data-file code.
-    return Internal::dataFileLink().fileOfRoot(GetRootProperty());
+    const auto* root = dynamic_cast<const DataFile::RootProperty*>(GetRootProperty());
+    return root != nullptr ? root->GetParentFile() : nullptr;
 }
 
 AbstractProperty* AbstractProperty::Clone() const {

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The reference leaf: setting, following and expanding references.
 
+#include <orrery/datafile.h>
 #include <orrery/property.h>
-
-#include "property/datafilelink_p.h"
 
 #include <QMessageLogger>
 
@@ -77,15 +76,16 @@ ERESULT PropertyReference::SetPropertyRef(const AbstractProperty* target) {
         referenceFileType.clear();
         return RESULT_OK;
     }
-    // A target in another data file's contents: the data-file code names that file.
-    QString filePath;
-    QString fileType;
-    if ((targetRoot->GetTypeFlags() & Property::TYPE_FILE_ROOT) != 0 &&
-        Internal::dataFileLink().fileIdentity(targetRoot, &filePath, &fileType)) {
-        referencePath = mutableTarget->GetFullPath();
-        referenceFilePath = filePath;
-        referenceFileType = fileType;
-        return RESULT_OK;
+    // A target in another data file's contents is recorded with that file's path and type.
+    if ((targetRoot->GetTypeFlags() & Property::TYPE_FILE_ROOT) != 0) {
+        const auto* root = dynamic_cast<const DataFile::RootProperty*>(targetRoot);
+        DataFile* file = root != nullptr ? root->GetParentFile() : nullptr;
+        if (file != nullptr) {
+            referencePath = mutableTarget->GetFullPath();
+            referenceFilePath = file->GetPath();
+            referenceFileType = file->GetFileType();
+            return RESULT_OK;
+        }
     }
     debugMessage(QStringLiteral("Can't set reference to ") + mutableTarget->GetName() +
                  QLatin1Char('@') + QString::asprintf("%8p", static_cast<const void*>(target)));
@@ -187,9 +187,18 @@ AbstractProperty* PropertyReference::ResolveExternalRef() const {
     if (referenceFilePath.isEmpty()) {
         return nullptr;
     }
-    // Finding, creating and loading the data file is the data-file code's business.
-    return Internal::dataFileLink().resolveInFile(referenceFilePath, referenceFileType,
-                                                  referencePath);
+    // The file is opened through the factory on first use and stays open and listed.
+    DataFile* file = DataFile::GetDataFile(referenceFilePath);
+    if (file == nullptr) {
+        file = DataFileFactory::CreateDataFile(referenceFilePath, referenceFileType);
+    }
+    if (file == nullptr) {
+        return nullptr;
+    }
+    if (!file->IsLoaded()) {
+        file->Load();
+    }
+    return file->ResolveObjectPath(referencePath);
 }
 
 }  // namespace Orrery

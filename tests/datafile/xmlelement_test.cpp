@@ -1,0 +1,416 @@
+// SPDX-License-Identifier: MIT
+#include <orrery/xmlelement.h>
+
+#include "testutil.h"
+
+#include <QBuffer>
+#include <QFile>
+#include <QProcess>
+#include <QThread>
+#include <QXmlStreamReader>
+#include <QXmlStreamWriter>
+
+using Orrery::XMLElement;
+
+namespace {
+
+XMLElement* element(const QString& name, const QString& content = QString()) {
+    auto* e = new XMLElement;
+    e->SetName(name);
+    e->SetContent(content);
+    return e;
+}
+
+QString writeToString(const XMLElement& root) {
+    QString out;
+    QXmlStreamWriter writer(&out);
+    EXPECT_EQ(root.ToXMLStream(writer), Orrery::RESULT_OK);
+    return out;
+}
+
+Orrery::ERESULT readFromString(XMLElement& root, const QString& text) {
+    QXmlStreamReader reader(text);
+    return root.FromXMLStream(reader);
+}
+
+// Structural equality of two trees (comments are not part of the tree).
+bool sameTree(const XMLElement& a, const XMLElement& b) {
+    if (a.GetName() != b.GetName() || a.GetContent() != b.GetContent() ||
+        a.GetAttributes() != b.GetAttributes() ||
+        a.GetChildElements().size() != b.GetChildElements().size()) {
+        return false;
+    }
+    for (int i = 0; i < a.GetChildElements().size(); ++i) {
+        if (!sameTree(*a.GetChildElements().at(i), *b.GetChildElements().at(i))) {
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace
+
+TEST(XMLElement, NewElementIsEmpty) {
+    XMLElement e;
+    EXPECT_TRUE(e.GetName().isEmpty());
+    EXPECT_TRUE(e.GetContent().isEmpty());
+    EXPECT_TRUE(e.GetAttributes().isEmpty());
+    EXPECT_TRUE(e.GetChildElements().isEmpty());
+}
+
+TEST(XMLElement, SetAttributeReplacesExistingValue) {
+    XMLElement e;
+    e.SetAttribute(QStringLiteral("a"), QStringLiteral("1"));
+    e.SetAttribute(QStringLiteral("a"), QStringLiteral("2"));
+    EXPECT_EQ(e.GetAttributes().size(), 1);
+    EXPECT_EQ(e.GetAttributes().value(QStringLiteral("a")), QStringLiteral("2"));
+}
+
+TEST(XMLElement, CopyIsShallowAndSharesChildren) {
+    XMLElement original;
+    original.SetName(QStringLiteral("root"));
+    original.AddChildElement(element(QStringLiteral("child")));
+    XMLElement copy(original);
+    ASSERT_EQ(copy.GetChildElements().size(), 1);
+    EXPECT_EQ(copy.GetChildElements().at(0), original.GetChildElements().at(0));
+    XMLElement assigned;
+    assigned = original;
+    EXPECT_EQ(assigned.GetChildElements().at(0), original.GetChildElements().at(0));
+    // Only one of the copies may delete the shared children.
+    copy.GetChildElements().clear();
+    assigned.GetChildElements().clear();
+}
+
+TEST(XMLElement, SelfAssignmentLeavesElementUnchanged) {
+    XMLElement e;
+    e.SetName(QStringLiteral("n"));
+    e.AddChildElement(element(QStringLiteral("c")));
+    XMLElement& alias = e;
+    e = alias;
+    EXPECT_EQ(e.GetName(), QStringLiteral("n"));
+    EXPECT_EQ(e.GetChildElements().size(), 1);
+}
+
+TEST(XMLElement, ClearKeepsTheComment) {
+    XMLElement e;
+    e.SetName(QStringLiteral("n"));
+    e.SetContent(QStringLiteral("text"));
+    e.SetComment(QStringLiteral("kept"));
+    e.SetAttribute(QStringLiteral("a"), QStringLiteral("1"));
+    e.AddChildElement(element(QStringLiteral("c")));
+    e.Clear();
+    EXPECT_TRUE(e.GetName().isEmpty());
+    EXPECT_TRUE(e.GetContent().isEmpty());
+    EXPECT_TRUE(e.GetAttributes().isEmpty());
+    EXPECT_TRUE(e.GetChildElements().isEmpty());
+    e.SetName(QStringLiteral("r"));
+    EXPECT_EQ(writeToString(e), QStringLiteral("<?xml version=\"1.0\"?>\n<!--kept-->\n<r></r>\n"));
+}
+
+TEST(XMLElement, WhitespaceBetweenElementsGivesEmptyContent) {
+    XMLElement root;
+    ASSERT_EQ(readFromString(root, QStringLiteral("<a>\n  <b>  </b>\n  <c/>\n</a>")),
+              Orrery::RESULT_OK);
+    EXPECT_TRUE(root.GetContent().isEmpty());
+    ASSERT_EQ(root.GetChildElements().size(), 2);
+    EXPECT_TRUE(root.GetChildElements().at(0)->GetContent().isEmpty());
+    EXPECT_TRUE(root.GetChildElements().at(1)->GetContent().isEmpty());
+}
+
+TEST(XMLElement, LastNonWhitespaceTextPieceWins) {
+    XMLElement root;
+    ASSERT_EQ(readFromString(root, QStringLiteral("<r>a<b/>c</r>")), Orrery::RESULT_OK);
+    EXPECT_EQ(root.GetContent(), QStringLiteral("c"));
+    ASSERT_EQ(root.GetChildElements().size(), 1);
+    EXPECT_EQ(root.GetChildElements().at(0)->GetName(), QStringLiteral("b"));
+    XMLElement cdata;
+    ASSERT_EQ(readFromString(cdata, QStringLiteral("<r>one<![CDATA[two]]></r>")),
+              Orrery::RESULT_OK);
+    EXPECT_EQ(cdata.GetContent(), QStringLiteral("two"));
+    XMLElement untrimmed;
+    ASSERT_EQ(readFromString(untrimmed, QStringLiteral("<r>  padded  </r>")), Orrery::RESULT_OK);
+    EXPECT_EQ(untrimmed.GetContent(), QStringLiteral("  padded  "));
+}
+
+TEST(XMLElement, CommentsAndProcessingInstructionsAreDropped) {
+    XMLElement root;
+    ASSERT_EQ(
+        readFromString(
+            root, QStringLiteral("<?xml version=\"1.0\"?><!--top--><r><!--in--><?pi x?><c/></r>")),
+        Orrery::RESULT_OK);
+    EXPECT_EQ(writeToString(root),
+              QStringLiteral("<?xml version=\"1.0\"?>\n<r>\n    <c></c></r>\n"));
+}
+
+TEST(XMLElement, NamespacePrefixesAndDeclarationsAreDropped) {
+    XMLElement root;
+    ASSERT_EQ(
+        readFromString(
+            root, QStringLiteral("<p:r xmlns:p=\"urn:x\" p:a=\"1\" b=\"2\"><p:c>t</p:c></p:r>")),
+        Orrery::RESULT_OK);
+    EXPECT_EQ(root.GetName(), QStringLiteral("r"));
+    EXPECT_EQ(root.GetAttributes().keys(), (QStringList{QStringLiteral("a"), QStringLiteral("b")}));
+    EXPECT_EQ(root.GetChildElements().at(0)->GetName(), QStringLiteral("c"));
+}
+
+TEST(XMLElement, AttributesAreWrittenSortedByName) {
+    XMLElement root;
+    root.SetName(QStringLiteral("e"));
+    root.SetAttribute(QStringLiteral("z"), QStringLiteral("1"));
+    root.SetAttribute(QStringLiteral("a"), QStringLiteral("2"));
+    root.SetAttribute(QStringLiteral("m"), QStringLiteral("3"));
+    EXPECT_EQ(writeToString(root),
+              QStringLiteral("<?xml version=\"1.0\"?>\n<e a=\"2\" m=\"3\" z=\"1\"></e>\n"));
+}
+
+TEST(XMLElement, EmptyElementIsWrittenWithOpeningAndClosingTag) {
+    XMLElement root;
+    root.SetName(QStringLiteral("name"));
+    EXPECT_EQ(writeToString(root), QStringLiteral("<?xml version=\"1.0\"?>\n<name></name>\n"));
+}
+
+TEST(XMLElement, ContentOfAParentFollowsItsLastChild) {
+    XMLElement root;
+    root.SetName(QStringLiteral("r"));
+    root.SetContent(QStringLiteral("tail & <text>"));
+    root.AddChildElement(element(QStringLiteral("a"), QStringLiteral("x")));
+    XMLElement* b = element(QStringLiteral("b"));
+    b->AddChildElement(element(QStringLiteral("c")));
+    root.AddChildElement(b);
+    EXPECT_EQ(writeToString(root),
+              QStringLiteral("<?xml version=\"1.0\"?>\n"
+                             "<r>\n"
+                             "    <a>x</a>\n"
+                             "    <b>\n"
+                             "        <c></c></b>tail &amp; &lt;text&gt;</r>\n"));
+}
+
+TEST(XMLElement, ReadingKeepsAnEarlierCommentAndWritesItAgain) {
+    XMLElement root;
+    root.SetComment(QStringLiteral(" saved by test "));
+    ASSERT_EQ(readFromString(root, QStringLiteral("<r/>")), Orrery::RESULT_OK);
+    EXPECT_EQ(writeToString(root),
+              QStringLiteral("<?xml version=\"1.0\"?>\n<!-- saved by test -->\n<r></r>\n"));
+}
+
+TEST(XMLElement, MalformedInputReturnsInvalidArgumentAndKeepsThePartRead) {
+    XMLElement root;
+    EXPECT_EQ(readFromString(root, QStringLiteral("<r a=\"1\"><c>t</c><d>")),
+              Orrery::RESULT_INVALID_ARGUMENT);
+    EXPECT_EQ(root.GetName(), QStringLiteral("r"));
+    EXPECT_EQ(root.GetChildElements().size(), 2);
+    XMLElement empty;
+    EXPECT_EQ(readFromString(empty, QString()), Orrery::RESULT_INVALID_ARGUMENT);
+    XMLElement garbage;
+    EXPECT_EQ(readFromString(garbage, QStringLiteral("\x01\x02 not xml <<<")),
+              Orrery::RESULT_INVALID_ARGUMENT);
+}
+
+TEST(XMLElement, StreamReadingStartsAtTheReadersPosition) {
+    QXmlStreamReader reader(QStringLiteral("<outer><inner k=\"v\"/></outer>"));
+    reader.readNext();  // start document
+    reader.readNext();  // <outer>
+    XMLElement root;
+    EXPECT_EQ(root.FromXMLStream(reader), Orrery::RESULT_OK);
+    EXPECT_EQ(root.GetName(), QStringLiteral("inner"));
+}
+
+class XMLElementFile : public OrreryTest::TempDirTest {
+protected:
+    void writeFile(const QString& name, const QByteArray& bytes) {
+        QFile file(path(name));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(bytes);
+    }
+    QByteArray readFile(const QString& name) {
+        QFile file(path(name));
+        EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+        return file.readAll();
+    }
+};
+
+TEST_F(XMLElementFile, WritesTheExactDocumentWithEncoding) {
+    XMLElement root;
+    root.SetName(QStringLiteral("design"));
+    root.SetComment(QStringLiteral("c"));
+    root.SetAttribute(QStringLiteral("v"), QStringLiteral("\u00e9"));
+    root.AddChildElement(element(QStringLiteral("p"), QStringLiteral("4.7k")));
+    ASSERT_EQ(root.ToXMLFile(path(QStringLiteral("out.xml"))), Orrery::RESULT_OK);
+    EXPECT_EQ(readFile(QStringLiteral("out.xml")),
+              QByteArray("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!--c-->\n"
+                         "<design v=\"\xc3\xa9\">\n    <p>4.7k</p></design>\n"));
+}
+
+TEST_F(XMLElementFile, RoundTripGivesTheSameTree) {
+    writeFile(QStringLiteral("in.xml"),
+              "<?xml version=\"1.0\"?>\n<r b=\"2\" a=\"1\"><x>one</x><y><z q=\"&lt;\">two</z></y>"
+              "tail</r>");
+    XMLElement first;
+    ASSERT_EQ(first.FromXMLFile(path(QStringLiteral("in.xml"))), Orrery::RESULT_OK);
+    ASSERT_EQ(first.ToXMLFile(path(QStringLiteral("out.xml"))), Orrery::RESULT_OK);
+    XMLElement second;
+    ASSERT_EQ(second.FromXMLFile(path(QStringLiteral("out.xml"))), Orrery::RESULT_OK);
+    EXPECT_TRUE(sameTree(first, second));
+    ASSERT_EQ(second.ToXMLFile(path(QStringLiteral("again.xml"))), Orrery::RESULT_OK);
+    EXPECT_EQ(readFile(QStringLiteral("out.xml")), readFile(QStringLiteral("again.xml")));
+}
+
+TEST_F(XMLElementFile, TwoRootElementsAreIllFormed) {
+    writeFile(QStringLiteral("two.xml"), "<first a=\"1\"><c/></first><second/>");
+    XMLElement root;
+    EXPECT_EQ(root.FromXMLFile(path(QStringLiteral("two.xml"))), Orrery::RESULT_INVALID_ARGUMENT);
+    EXPECT_EQ(root.GetName(), QStringLiteral("first"));
+    EXPECT_EQ(root.GetAttributes().value(QStringLiteral("a")), QStringLiteral("1"));
+    EXPECT_EQ(root.GetChildElements().size(), 1);
+}
+
+TEST_F(XMLElementFile, UnopenableFileLeavesTheElementUntouched) {
+    XMLElement root;
+    root.SetName(QStringLiteral("before"));
+    EXPECT_EQ(root.FromXMLFile(path(QStringLiteral("missing.xml"))),
+              Orrery::RESULT_INVALID_ARGUMENT);
+    EXPECT_EQ(root.GetName(), QStringLiteral("before"));
+}
+
+TEST_F(XMLElementFile, WritingIntoAMissingDirectoryFails) {
+    XMLElement root;
+    root.SetName(QStringLiteral("r"));
+    EXPECT_EQ(root.ToXMLFile(path(QStringLiteral("no/such/dir/out.xml"))),
+              Orrery::RESULT_INVALID_ARGUMENT);
+}
+
+TEST_F(XMLElementFile, WritingReplacesAnExistingFile) {
+    writeFile(QStringLiteral("f.xml"), QByteArray(5000, 'x'));
+    XMLElement root;
+    root.SetName(QStringLiteral("r"));
+    ASSERT_EQ(root.ToXMLFile(path(QStringLiteral("f.xml"))), Orrery::RESULT_OK);
+    EXPECT_EQ(readFile(QStringLiteral("f.xml")),
+              QByteArray("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<r></r>\n"));
+}
+
+TEST_F(XMLElementFile, BinaryAndTruncatedFilesFailCleanly) {
+    QByteArray binary;
+    for (int i = 0; i < 4096; ++i) {
+        binary.append(static_cast<char>((i * 37) & 0xFF));
+    }
+    writeFile(QStringLiteral("bin.xml"), binary);
+    XMLElement a;
+    EXPECT_EQ(a.FromXMLFile(path(QStringLiteral("bin.xml"))), Orrery::RESULT_INVALID_ARGUMENT);
+    writeFile(QStringLiteral("cut.xml"), "<?xml version=\"1.0\"?><r><c attr=\"unterminated");
+    XMLElement b;
+    EXPECT_EQ(b.FromXMLFile(path(QStringLiteral("cut.xml"))), Orrery::RESULT_INVALID_ARGUMENT);
+}
+
+namespace {
+
+// Discards what is written and counts the bytes.
+class CountingDevice : public QIODevice {
+public:
+    qint64 count = 0;
+
+protected:
+    qint64 readData(char*, qint64) override { return -1; }
+    qint64 writeData(const char*, qint64 len) override {
+        count += len;
+        return len;
+    }
+};
+
+QString chain(int depth) {
+    QString text;
+    text.reserve(depth * 8);
+    for (int i = 0; i < depth; ++i) {
+        text += QStringLiteral("<e>");
+    }
+    text += QStringLiteral("x");
+    for (int i = 0; i < depth; ++i) {
+        text += QStringLiteral("</e>");
+    }
+    return text;
+}
+
+// Runs f on a thread with a small stack, so that recursion proportional to
+// the depth of a tree would overflow it.
+template <class F>
+void onSmallStack(F f) {
+    QThread* thread = QThread::create(f);
+    thread->setStackSize(256 * 1024);
+    thread->start();
+    thread->wait();
+    delete thread;
+}
+
+}  // namespace
+
+TEST(XMLElementDepth, DeepDocumentIsReadAndDeletedWithoutRecursion) {
+    const int depth = 100000;
+    const QString text = chain(depth);
+    int levels = 0;
+    QString innermost;
+    Orrery::ERESULT result = Orrery::RESULT_FAILED;
+    onSmallStack([&] {
+        auto* root = new XMLElement;
+        result = readFromString(*root, text);
+        const XMLElement* deepest = root;
+        levels = 1;
+        while (!deepest->GetChildElements().isEmpty()) {
+            deepest = deepest->GetChildElements().at(0);
+            ++levels;
+        }
+        innermost = deepest->GetContent();
+        delete root;
+    });
+    EXPECT_EQ(result, Orrery::RESULT_OK);
+    EXPECT_EQ(levels, depth);
+    EXPECT_EQ(innermost, QStringLiteral("x"));
+}
+
+TEST(XMLElementDepth, DeepTreeIsWrittenWithoutRecursion) {
+    // Indentation grows with depth, so the written size is quadratic in it;
+    // 5,000 levels already overflow a small stack if written recursively.
+    const int depth = 5000;
+    const QString text = chain(depth);
+    qint64 written = 0;
+    onSmallStack([&] {
+        XMLElement root;
+        readFromString(root, text);
+        CountingDevice device;
+        device.open(QIODevice::WriteOnly);
+        QXmlStreamWriter writer(&device);
+        root.ToXMLStream(writer);
+        written = device.count;
+    });
+    // Line k holds 4k spaces of indentation and "<e>"; the closing tags follow "x".
+    const qint64 indentation = 4LL * depth * (depth - 1) / 2;
+    const qint64 declaration = qstrlen("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n");
+    const qint64 openingTags = depth * 3LL + (depth - 1);  // "<e>" lines joined by newlines
+    const qint64 closing = 1 + depth * 4LL + 1;            // "x", the "</e>" run, final newline
+    EXPECT_EQ(written, declaration + indentation + openingTags + closing);
+}
+
+TEST_F(XMLElementFile, FailedWriteLeavesTheOldDocumentInPlace) {
+    const QByteArray old("<?xml version=\"1.0\"?>\n<old></old>\n");
+    writeFile(QStringLiteral("keep.xml"), old);
+    QProcess driver;
+    driver.start(QStringLiteral(ORRERY_XML_WRITE_DRIVER),
+                 {path(QStringLiteral("keep.xml")), QStringLiteral("4096")});
+    ASSERT_TRUE(driver.waitForFinished(30000));
+    EXPECT_EQ(driver.exitCode(), 0);
+    // The write error itself is not reported; the old document survives it.
+    EXPECT_EQ(driver.readAllStandardOutput().trimmed(), QByteArray("0"));
+    EXPECT_EQ(readFile(QStringLiteral("keep.xml")), old);
+    EXPECT_EQ(QDir(path()).entryList(QDir::Files | QDir::Hidden),
+              QStringList{QStringLiteral("keep.xml")});
+}
+
+TEST_F(XMLElementFile, UnlimitedDriverWriteReplacesTheDocument) {
+    writeFile(QStringLiteral("new.xml"), "<old/>");
+    QProcess driver;
+    driver.start(QStringLiteral(ORRERY_XML_WRITE_DRIVER),
+                 {path(QStringLiteral("new.xml")), QStringLiteral("100000000")});
+    ASSERT_TRUE(driver.waitForFinished(30000));
+    XMLElement root;
+    ASSERT_EQ(root.FromXMLFile(path(QStringLiteral("new.xml"))), Orrery::RESULT_OK);
+    EXPECT_EQ(root.GetName(), QStringLiteral("design"));
+    EXPECT_EQ(root.GetChildElements().size(), 2000);
+}
