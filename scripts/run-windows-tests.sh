@@ -43,6 +43,8 @@ scratch=$(mktemp -d)
 export WINEPREFIX="$scratch/prefix"
 export WINEDEBUG=-all
 export LC_ALL=C.UTF-8
+# No .NET or HTML engine is needed, and no prompt to install them.
+export WINEDLLOVERRIDES="mscoree,mshtml="
 cleanup() {
     # The server of this prefix ends by itself once its programs have ended.
     timeout 60 "$wineserver" -w || "$wineserver" -k || true
