@@ -8,6 +8,7 @@
 #include <windows.h>
 
 #include <direct.h>
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>

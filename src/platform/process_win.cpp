@@ -5,41 +5,22 @@
 #include <vexil/core.h>
 
 #include "host_p.h"
+#include "module_name_p.h"
 
 #include <userenv.h>
 #include <windows.h>
 
 #include <share.h>
+#include <cstdint>
 #include <cstdio>
-#include <vector>
 
 namespace Orrery {
 namespace Platform {
 
 std::string executable_path_utf8() {
-    DWORD size = MAX_PATH;  // 260 UTF-16 units
-    int budget = 8;
-    std::vector<wchar_t> buffer(size);
-    while (true) {
-        const DWORD length = ::GetModuleFileNameW(nullptr, buffer.data(), size);
-        if (length == 0) {
-            return {};
-        }
-        if (length < size) {
-            if (budget == 0) {
-                // A complete name returned by the call made as the budget ran out is refused.
-                return {};
-            }
-            return vexil::toStdString(std::wstring(buffer.data(), length));
-        }
-        if (budget < 0) {
-            // Past the ninth doubling the name is taken as it stands; a boundary kept on purpose.
-            return vexil::toStdString(std::wstring(buffer.data(), length));
-        }
-        --budget;
-        size *= 2;
-        buffer.assign(size, L'\0');
-    }
+    return vexil::toStdString(readModuleName([](wchar_t* buffer, std::uint32_t size) {
+        return static_cast<std::uint32_t>(::GetModuleFileNameW(nullptr, buffer, size));
+    }));
 }
 
 std::string temporary_name_utf8() {
