@@ -3,6 +3,8 @@
 
 #include <orrery/components.h>
 
+#include "storeguard_p.h"
+
 #include <QDir>
 #include <QFileInfo>
 #include <QSettings>
@@ -99,6 +101,7 @@ QString QueryReferredComponentLocation(const QString& productRoot, const QString
     } else {
         QSettings settings(InstComponentData::GetComponentFullPathtoRefFile(productRoot),
                            QSettings::IniFormat);
+        const StoreGuard guard(settings, StoreGuard::Mode::Read);
         settings.beginGroup(component);
         const QString slashed = QString(QLatin1Char('/') + InstComponentData::s_strLocation);
         const QString backslashed = QString(QLatin1Char('\\') + InstComponentData::s_strLocation);

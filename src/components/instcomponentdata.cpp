@@ -3,6 +3,8 @@
 
 #include <orrery/components.h>
 
+#include "storeguard_p.h"
+
 #include <vexil/core.h>
 
 #include <QDir>
@@ -64,6 +66,7 @@ std::unique_ptr<QSettings> openReferredStore(const QString& productRoot) {
 
 QString readKey(QSettings& settings, const QString& component, const QString& version,
                 const QString& key) {
+    const StoreGuard guard(settings, StoreGuard::Mode::Read);
     settings.beginGroup(groupOf(component, version));
     const QString value = settings.value(key, QVariant()).toString();
     settings.endGroup();
@@ -72,6 +75,7 @@ QString readKey(QSettings& settings, const QString& component, const QString& ve
 
 void writeKey(QSettings& settings, const QString& component, const QString& version,
               const QString& key, const QString& value) {
+    const StoreGuard guard(settings, StoreGuard::Mode::Write);
     settings.beginGroup(groupOf(component, version));
     settings.setValue(key, value);
     settings.endGroup();
@@ -79,6 +83,7 @@ void writeKey(QSettings& settings, const QString& component, const QString& vers
 }
 
 void removeGroup(QSettings& settings, const QString& component, const QString& version) {
+    const StoreGuard guard(settings, StoreGuard::Mode::Write);
     settings.beginGroup(groupOf(component, version));
     // The empty key stands for every key of the current group.
     settings.remove(QString());

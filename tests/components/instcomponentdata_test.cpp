@@ -6,6 +6,7 @@
 #include "stderr_capture.h"
 #include "testutil.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
 #include <QProcess>
@@ -365,6 +366,43 @@ TEST_F(InstalledComponents, RemoveAlwaysWorksOnTheNativeSettings) {
     EXPECT_EQ(InstComponentData::GetInstComponentKey(
                   QStringLiteral("Models"), QStringLiteral("2.1"), QStringLiteral("Location")),
               QString());
+}
+
+TEST_F(InstalledComponents, ChangeWithEqualSizeAndTimeIsNotMissed) {
+    // Another writer replaces "RefCount=1" by "RefCount=2" within the same tick of the file
+    // clock: size and modification time stay as this process last saw them.
+    const QString store = path(QStringLiteral("inst.ini"));
+    env().set("VEXIL_INSTALLINFO_FILE", store.toStdString());
+    InstComponentData::SetInstComponentKey(QStringLiteral("Models"), QStringLiteral("2.1"),
+                                           QStringLiteral("RefCount"), QStringLiteral("1"));
+    const QDateTime seen = QFileInfo(store).lastModified();
+    QByteArray text = readFile(store);
+    text.replace("RefCount=1", "RefCount=2");
+    {
+        QFile file(store);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.write(text);
+        file.flush();
+        ASSERT_TRUE(file.setFileTime(seen, QFileDevice::FileModificationTime));
+    }
+    ASSERT_EQ(QFileInfo(store).lastModified(), seen);
+
+    EXPECT_EQ(InstComponentData::GetInstComponentKey(
+                  QStringLiteral("Models"), QStringLiteral("2.1"), QStringLiteral("RefCount")),
+              QStringLiteral("2"));
+    InstComponentData::SetInstComponentKey(QStringLiteral("Models"), QStringLiteral("2.1"),
+                                           QStringLiteral("Build"), QStringLiteral("9"));
+    EXPECT_EQ(readFile(store), QByteArray("[Models]\n2.1\\Build=9\n2.1\\RefCount=2\n"));
+}
+
+TEST_F(InstalledComponents, GuardLeavesNoLockFileBehind) {
+    const QString store = path(QStringLiteral("inst.ini"));
+    env().set("VEXIL_INSTALLINFO_FILE", store.toStdString());
+    InstComponentData::SetInstComponentKey(QStringLiteral("Models"), QStringLiteral("2.1"),
+                                           QStringLiteral("Build"), QStringLiteral("9"));
+    InstComponentData::GetInstComponentKey(QStringLiteral("Models"), QStringLiteral("2.1"),
+                                           QStringLiteral("Build"));
+    EXPECT_EQ(QDir(path()).entryList(QDir::Files), QStringList{QStringLiteral("inst.ini")});
 }
 
 // ---------------------------------------------------------------- child processes
