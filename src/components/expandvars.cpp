@@ -137,11 +137,11 @@ private:
         }
         const quint64 step = spacing(spans.size());
         Piece* last = &head_;
-        quint64 label = 0;
+        quint64 next = 0;
         for (const auto& span : spans) {
             Piece* piece = newPiece(chars + span.first, span.second);
-            label += step;
-            piece->label = label;
+            next += step;
+            piece->label = next;
             link(last, piece);
             last = piece;
         }
@@ -516,11 +516,12 @@ private:
             return remaining == 0;
         }
         qint64 remaining = -distance;
-        while (remaining > at.offset) {
+        while (remaining > at.offset && at.piece->prev != &head_) {
             remaining -= at.offset;
             at.piece = at.piece->prev;
             at.offset = at.piece->length;
         }
+        remaining = std::min<qint64>(remaining, at.offset);
         at.offset -= static_cast<int>(remaining);
         while (at.piece != &tail_ && at.offset >= at.piece->length) {
             at.piece = at.piece->next;
