@@ -6,6 +6,8 @@
 #include "stderr_capture.h"
 #include "testutil.h"
 
+#include <ostream>
+
 #include <QDir>
 
 using Orrery::CreateComponentMemberSpecification;
@@ -41,6 +43,10 @@ struct ParseRow {
     const char* member;
     const char* prefix;
 };
+
+void PrintTo(const ParseRow& row, std::ostream* out) {
+    *out << '"' << row.spec << '"';
+}
 
 class ParseSpecification : public ::testing::TestWithParam<ParseRow> {};
 
@@ -124,6 +130,10 @@ struct CreateRow {
     const char* prefix;
     const char* expected;
 };
+
+void PrintTo(const CreateRow& row, std::ostream* out) {
+    *out << row.component << '|' << row.qualifier << '|' << row.member << '|' << row.prefix;
+}
 
 class CreateSpecification : public ::testing::TestWithParam<CreateRow> {};
 

@@ -5,6 +5,8 @@
 #include "qstring_printer.h"
 #include "testutil.h"
 
+#include <ostream>
+
 #include <QFile>
 
 #include <optional>
@@ -36,6 +38,10 @@ struct FormRow {
     const char* expected;
 };
 
+void PrintTo(const FormRow& row, std::ostream* out) {
+    *out << '"' << row.text << '"';
+}
+
 class ExpandVarsForms : public ExpandVarsTest, public ::testing::WithParamInterface<FormRow> {};
 
 TEST_P(ExpandVarsForms, EveryReferenceFormExpands) {
@@ -55,6 +61,10 @@ INSTANTIATE_TEST_SUITE_P(
 struct KeptRow {
     const char* text;
 };
+
+void PrintTo(const KeptRow& row, std::ostream* out) {
+    *out << '"' << row.text << '"';
+}
 
 class ExpandVarsKept : public ExpandVarsTest, public ::testing::WithParamInterface<KeptRow> {};
 

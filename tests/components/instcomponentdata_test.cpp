@@ -6,6 +6,8 @@
 #include "stderr_capture.h"
 #include "testutil.h"
 
+#include <ostream>
+
 #include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
@@ -79,6 +81,10 @@ struct RootRow {
     const char* strategy;  // null: unset
     const char* file;      // before conversion to native separators
 };
+
+void PrintTo(const RootRow& row, std::ostream* out) {
+    *out << row.root << " with strategy " << (row.strategy ? row.strategy : "(unset)");
+}
 
 class ReferredFileRule : public ComponentStoreTest,
                          public ::testing::WithParamInterface<RootRow> {};
