@@ -93,8 +93,6 @@ void ParseComponentMemberSpecification(const QString& spec, QString& component, 
 QString QueryReferredComponentLocation(const QString& productRoot, const QString& component,
                                        const QString& version, bool expandVariables) {
     QString result;
-    // No version at or below this threshold is ever chosen.
-    QString best = QStringLiteral("-10000.0");
     if (!version.isEmpty()) {
         result = InstComponentData::GetReferredComponentKey(productRoot, component, version,
                                                             InstComponentData::s_strLocation);
@@ -105,7 +103,8 @@ QString QueryReferredComponentLocation(const QString& productRoot, const QString
         settings.beginGroup(component);
         const QString slashed = QString(QLatin1Char('/') + InstComponentData::s_strLocation);
         const QString backslashed = QString(QLatin1Char('\\') + InstComponentData::s_strLocation);
-        double bestValue = best.toDouble();
+        // No version at or below this threshold is ever chosen.
+        double best = -10000.0;
         const QStringList keys = settings.allKeys();
         for (const QString& key : keys) {
             if (!key.contains(InstComponentData::s_strLocation, Qt::CaseSensitive)) {
@@ -117,9 +116,8 @@ QString QueryReferredComponentLocation(const QString& productRoot, const QString
             bool isNumber = false;
             const double candidateValue = candidate.toDouble(&isNumber);
             // Versions compare as decimal numbers; the first of equal values wins.
-            if (isNumber && candidateValue > bestValue) {
-                best = candidate;
-                bestValue = candidateValue;
+            if (isNumber && candidateValue > best) {
+                best = candidateValue;
                 result = settings.value(key).toString();
             }
         }

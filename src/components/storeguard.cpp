@@ -43,8 +43,9 @@ QDateTime advanceModificationTime(const QString& file, const QDateTime& floor) {
         target = std::max(target, floor.addMSecs(1));
     }
     QFile handle(file);
-    if (!handle.open(QIODevice::ReadOnly) ||
-        !handle.setFileTime(target, QFileDevice::FileModificationTime)) {
+    // Some systems need write access to change the time; the owner alone suffices on others.
+    const bool open = handle.open(QIODevice::ReadWrite) || handle.open(QIODevice::ReadOnly);
+    if (!open || !handle.setFileTime(target, QFileDevice::FileModificationTime)) {
         return QDateTime();
     }
     return target;
