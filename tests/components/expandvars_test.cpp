@@ -1,10 +1,18 @@
 // SPDX-License-Identifier: MIT
 #include <orrery/components.h>
 
+#include "expandvars_reference.h"
 #include "qstring_printer.h"
 #include "testutil.h"
 
+#include <ostream>
+
 #include <QFile>
+
+#include <optional>
+#include <random>
+#include <string>
+#include <vector>
 
 using Orrery::ExpandVars;
 
@@ -30,6 +38,10 @@ struct FormRow {
     const char* expected;
 };
 
+void PrintTo(const FormRow& row, std::ostream* out) {
+    *out << '"' << row.text << '"';
+}
+
 class ExpandVarsForms : public ExpandVarsTest, public ::testing::WithParamInterface<FormRow> {};
 
 TEST_P(ExpandVarsForms, EveryReferenceFormExpands) {
@@ -49,6 +61,10 @@ INSTANTIATE_TEST_SUITE_P(
 struct KeptRow {
     const char* text;
 };
+
+void PrintTo(const KeptRow& row, std::ostream* out) {
+    *out << '"' << row.text << '"';
+}
 
 class ExpandVarsKept : public ExpandVarsTest, public ::testing::WithParamInterface<KeptRow> {};
 
@@ -154,6 +170,80 @@ TEST_F(ExpandVarsTest, WithoutRegistryAnUnsetVariableIsEmpty) {
     writeRegistry("[Environment]\nORT_OTHER=1\n");
     env().unset("ORT_REG");
     EXPECT_EQ(ExpandVars(QStringLiteral("[$(ORT_REG)]")), QStringLiteral("[]"));
+}
+
+}  // namespace
+
+namespace {
+
+// Small alphabets make references, their overlaps and values that contain references
+// collide often.
+class ExpandVarsAgainstLiteral : public ExpandVarsTest {
+protected:
+    static QString randomText(std::mt19937& random, int maxLength) {
+        static const char alphabet[] = "%%%$$$(){}AAABB--x /";
+        std::uniform_int_distribution<int> length(0, maxLength);
+        std::uniform_int_distribution<int> pick(0, sizeof(alphabet) - 2);
+        QString text;
+        const int n = length(random);
+        for (int i = 0; i < n; ++i) {
+            text.append(QLatin1Char(alphabet[pick(random)]));
+        }
+        return text;
+    }
+    static std::vector<std::string> names() {
+        std::vector<std::string> out;
+        const std::string chars = "AB-";
+        for (char a : chars) {
+            out.emplace_back(1, a);
+            for (char b : chars) {
+                out.push_back(std::string{a, b});
+                for (char c : chars) {
+                    out.push_back(std::string{a, b, c});
+                }
+            }
+        }
+        return out;
+    }
+};
+
+TEST_F(ExpandVarsAgainstLiteral, RandomTextsGiveTheSameResult) {
+    std::mt19937 random(20240611);
+    const std::vector<std::string> pool = names();
+    int compared = 0;
+    for (int round = 0; round < 400; ++round) {
+        OrreryTest::ScopedEnv variables;
+        std::bernoulli_distribution isSet(0.6);
+        for (const std::string& name : pool) {
+            if (isSet(random)) {
+                variables.set(name, randomText(random, 5).toStdString());
+            } else {
+                variables.unset(name);
+            }
+        }
+        for (int i = 0; i < 50; ++i) {
+            const QString text = randomText(random, 24);
+            const std::optional<QString> expected = OrreryTest::literalExpandVars(text, 200, 4000);
+            if (!expected) {
+                continue;  // grows without end under the literal rule too
+            }
+            ASSERT_EQ(ExpandVars(text), *expected) << "text: " << text.toStdString();
+            ++compared;
+        }
+    }
+    EXPECT_GT(compared, 15000);
+}
+
+TEST_F(ExpandVarsAgainstLiteral, LongTextWithManyReferences) {
+    env().set("ORT_A", "/a").set("ORT_B", "$ORT_A").set("ORT_C", "").set("ORT_D", "%ORT_B%x");
+    QString text;
+    for (int i = 0; i < 2000; ++i) {
+        text +=
+            QStringLiteral("p%1 $ORT_A %ORT_B% ${ORT_C} %(ORT_D) $ORT_AB $UNSET_%1 %% $ ").arg(i);
+    }
+    const std::optional<QString> expected = OrreryTest::literalExpandVars(text, 100000, 10000000);
+    ASSERT_TRUE(expected.has_value());
+    EXPECT_EQ(ExpandVars(text), *expected);
 }
 
 }  // namespace
