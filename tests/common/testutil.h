@@ -7,6 +7,8 @@
 
 #include <QByteArray>
 #include <QDir>
+#include <QSettings>
+#include <QStandardPaths>
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
@@ -73,6 +75,14 @@ protected:
         ASSERT_TRUE(dir_.isValid());
         QDir(dir_.path()).mkpath(QStringLiteral("config"));
         env_.set("XDG_CONFIG_HOME", QString(dir_.path() + QStringLiteral("/config")).toStdString());
+        // Qt fixes the native settings path once per process (and test mode moves it
+        // under the home directory), so it is pointed into the temporary directory too.
+        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope,
+                           path(QStringLiteral("config")));
+    }
+    void TearDown() override {
+        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope,
+                           QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation));
     }
     QString path(const QString& relative = QString()) const {
         return relative.isEmpty() ? dir_.path()
