@@ -44,6 +44,9 @@ const QLatin1String kReferencePattern(
     "([%\\$]\\{[A-Za-z0-9_-]+\\})");
 const QLatin1String kDecorationPattern("[%\\$\\(\\)\\{\\}]");
 
+// The most characters an expansion may add to its text (16 Mi).
+constexpr qint64 kGrowthLimit = qint64(1) << 24;
+
 bool isSign(QChar c) {
     return c == QLatin1Char('%') || c == QLatin1Char('$');
 }
@@ -470,6 +473,13 @@ private:
         }
         const qint64 matchOffset = accepted[anchor] == match ? 0 : token.size() - 1;
         const qint64 delta = static_cast<qint64>(value.text.size()) - token.size();
+        // Values that bring their own reference back can double the text at every step
+        // without end; past the growth limit the expansion stops and the text stays as it is.
+        const qint64 newLength = length_ + static_cast<qint64>(accepted.size()) * delta;
+        if (newLength > limit_) {
+            return false;
+        }
+        length_ = newLength;
 
         arena_.emplace_back();
         Piece* marker = &arena_.back();
@@ -545,6 +555,8 @@ private:
     }
 
     const QString original_;
+    qint64 length_ = original_.size();
+    const qint64 limit_ = original_.size() + kGrowthLimit;
     QRegExp reference_;
     QRegExp decoration_;
     std::deque<Piece> arena_;

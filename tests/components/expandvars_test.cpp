@@ -247,3 +247,20 @@ TEST_F(ExpandVarsAgainstLiteral, LongTextWithManyReferences) {
 }
 
 }  // namespace
+
+TEST_F(ExpandVarsTest, ValueBroughtInElsewhereIsExpandedAgainByReplaceAll) {
+    // The second "$ORT_R" is text that the first value brought in after the resume point.
+    env().set("ORT_R", "$ORT_R!");
+    EXPECT_EQ(ExpandVars(QStringLiteral("$ORT_R $ORT_R")), QStringLiteral("$ORT_R!! $ORT_R!!"));
+}
+
+TEST_F(ExpandVarsTest, SelfMultiplyingValueStopsAtTheGrowthLimit) {
+    // Each step doubles every occurrence; without a limit the text would grow without end.
+    env().set("ORT_TWICE", "$ORT_TWICE$ORT_TWICE");
+    const QString text = QStringLiteral("$ORT_TWICE $ORT_TWICE tail");
+    const QString result = ExpandVars(text);
+    EXPECT_GT(result.size(), 1 << 23);
+    EXPECT_LE(result.size(), text.size() + (1 << 24));
+    EXPECT_TRUE(result.endsWith(QStringLiteral(" tail")));
+    EXPECT_TRUE(result.startsWith(QStringLiteral("$ORT_TWICE$ORT_TWICE")));
+}
