@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <QDir>
+#include <QDirIterator>
+#include <QFile>
 #include <QFileInfo>
 
 namespace {
@@ -77,6 +79,7 @@ TEST_F(OrreryDemo, ReadsValuesFollowsReferencesAndShowsUnits) {
              "/Board/LossTangent    GetProperty(double*)  = 0.0037",
              "10 in \"mil\": RealString in mm 0.254 mm, in um 254 um",
              "1.5 in \"GHz\": scaled 1.5 GHz, asReal 1500000000",
+             // NOLINTNEXTLINE(bugprone-suspicious-missing-comma): one line, split for width
              "/Parts/R1 is an external reference to /Resistors/R4K7 in "
              "$(KORVANE_DIR)/designs/library.oxml [XmlPropertyFile]",
              "\"$(KORVANE_DIR)/designs/library.oxml\" on demand; open data files: 1 -> 2",
@@ -166,7 +169,7 @@ TEST_F(OrreryDemo, ShowsTheWarningWhenKorvaneDirNamedAnotherInstallationAtStartU
     EXPECT_TRUE(result.out.contains(QStringLiteral("Every step ran.")));
 }
 
-TEST_F(OrreryDemo, RunsOnACopyOfTheExamplesGivenWithTheOption) {
+TEST_F(OrreryDemo, RunsOnTheExamplesGivenWithTheOption) {
     const ToolResult result =
         run({QStringLiteral("demo"), QStringLiteral("--examples"), examplesDir()});
     ASSERT_TRUE(succeeded(result));
@@ -182,6 +185,30 @@ TEST_F(OrreryDemo, RejectsBadInputWithOneLine) {
                          QStringLiteral("demo"), QStringLiteral("Unknown option 'bogus'")));
     EXPECT_TRUE(rejected(run({QStringLiteral("demo"), QStringLiteral("--home")}),
                          QStringLiteral("demo"), QStringLiteral("Missing value after '--home'")));
+}
+
+TEST_F(OrreryDemo, StopsWithOneLineWhenTheExampleDesignIsBroken) {
+    // A copy of the examples whose first design is cut short.
+    const QString copy = path(QStringLiteral("examples"));
+    QDirIterator files(examplesDir(), QDir::Files, QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        const QString source = files.next();
+        const QString target = QString(copy + source.mid(examplesDir().size()));
+        ASSERT_TRUE(QDir().mkpath(QFileInfo(target).path()));
+        ASSERT_TRUE(QFile::copy(source, target));
+    }
+    QFile design(QString(copy + QStringLiteral("/korvane/designs/frontend.oxml")));
+    ASSERT_TRUE(design.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    design.write("<PropertyFile format=\"1\">\n  <Object name=\"Board\"");
+    design.close();
+    const ToolResult result = run({QStringLiteral("demo"), QStringLiteral("--examples"), copy});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.err.count(QLatin1Char('\n')), 1) << result.err.toStdString();
+    EXPECT_TRUE(result.err.startsWith(QStringLiteral("orrery demo: ")));
+    EXPECT_TRUE(result.err.contains(QStringLiteral("frontend.oxml:2:")));
+    EXPECT_TRUE(result.err.contains(QStringLiteral("malformed XML")));
+    EXPECT_TRUE(result.out.contains(QStringLiteral("3. Data files")));
+    EXPECT_FALSE(result.out.contains(QStringLiteral("4. Values")));
 }
 
 TEST_F(OrreryDemo, ExplainsItselfWithHelp) {

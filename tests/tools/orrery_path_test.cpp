@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 #include <QDir>
 
 namespace {
@@ -17,6 +19,10 @@ struct PathCase {
     std::vector<const char*> arguments;
     const char* output;
 };
+
+void PrintTo(const PathCase& row, std::ostream* out) {
+    *out << row.name;
+}
 
 class OrreryPath : public OrreryToolTest::ToolTest,
                    public ::testing::WithParamInterface<PathCase> {};

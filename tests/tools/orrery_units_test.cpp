@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 namespace {
 
 using OrreryToolTest::rejected;
@@ -15,6 +17,10 @@ struct UnitsCase {
     std::vector<const char*> arguments;
     const char* output;
 };
+
+void PrintTo(const UnitsCase& row, std::ostream* out) {
+    *out << row.name;
+}
 
 class OrreryUnits : public OrreryToolTest::ToolTest,
                     public ::testing::WithParamInterface<UnitsCase> {};

@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <complex>
+#include <cstdint>
 #include <cstring>
 #include <string>
 #include <type_traits>
@@ -27,7 +28,14 @@ bool sameReal(T a, T b) {
     if (std::isnan(a) || std::isnan(b)) {
         return std::isnan(a) && std::isnan(b) && std::signbit(a) == std::signbit(b);
     }
-    return std::memcmp(&a, &b, sizeof(T)) == 0;
+    // Bit for bit, so that -0.0 and 0.0 differ.
+    using Bits = std::conditional_t<sizeof(T) == 8, std::uint64_t, std::uint32_t>;
+    static_assert(sizeof(Bits) == sizeof(T), "a real of an unexpected size");
+    Bits bitsA = 0;
+    Bits bitsB = 0;
+    std::memcpy(&bitsA, &a, sizeof(T));
+    std::memcpy(&bitsB, &b, sizeof(T));
+    return bitsA == bitsB;
 }
 
 template <class T>

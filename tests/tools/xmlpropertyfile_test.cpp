@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 #include <QDir>
 #include <QFile>
 #include <QThread>
@@ -623,6 +625,10 @@ struct MalformedCase {
     const char* content;
     const char* expected;
 };
+
+void PrintTo(const MalformedCase& row, std::ostream* out) {
+    *out << row.name;
+}
 
 class XmlPropertyFileMalformed : public OrreryTest::TempDirTest,
                                  public ::testing::WithParamInterface<MalformedCase> {

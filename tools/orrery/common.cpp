@@ -122,7 +122,7 @@ QString exampleDirectory(const QString& given) {
     if (!given.isEmpty()) {
         return holdsExamples(given) ? QFileInfo(given).absoluteFilePath() : QString();
     }
-    const QString installed =
+    QString installed =
         QDir::cleanPath(QString(QCoreApplication::applicationDirPath() + QLatin1Char('/') +
                                 QStringLiteral(ORRERY_TOOL_INSTALLED_EXAMPLES)));
     if (holdsExamples(installed)) {
@@ -170,7 +170,7 @@ int runTool(const QStringList& arguments, QTextStream& out, QTextStream& err) {
     if (positionals.isEmpty()) {
         return top.fail(QStringLiteral("no command given; run \"orrery --help\" for the list"));
     }
-    const QString name = positionals.constFirst();
+    const QString& name = positionals.constFirst();
     for (const CommandEntry& entry : kCommands) {
         if (name == QLatin1String(entry.name)) {
             Invocation run(name, positionals.mid(1), out, err);

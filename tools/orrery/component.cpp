@@ -20,7 +20,7 @@ QString referenceFile(Invocation& run, const QString& productRoot, bool mustExis
         run.fail(QStringLiteral("the product root is empty"));
         return QString();
     }
-    const QString file = InstComponentData::GetComponentFullPathtoRefFile(productRoot);
+    QString file = InstComponentData::GetComponentFullPathtoRefFile(productRoot);
     const QFileInfo info(file);
     if (!QFileInfo(info.absolutePath()).isDir()) {
         run.fail(QStringLiteral("the folder of %1 does not exist").arg(quoted(file)));

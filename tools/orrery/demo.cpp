@@ -282,21 +282,21 @@ int runDemo(Invocation& run) {
 
     // 4. Values, references and units.
     out << "4. Values\n";
-    PropertyObject* board = containerAt(design, QStringLiteral("/Design"));
+    PropertyObject* header = containerAt(design, QStringLiteral("/Design"));
     QString name;
     int revision = 0;
     bool released = true;
     double loss = 0.0;
-    if (board == nullptr ||
-        board->GetProperty(QStringLiteral("Name"), &name) != Orrery::RESULT_OK ||
-        board->GetProperty(QStringLiteral("Revision"), &revision) != Orrery::RESULT_OK ||
-        board->GetProperty(QStringLiteral("Released"), &released) != Orrery::RESULT_OK) {
+    if (header == nullptr ||
+        header->GetProperty(QStringLiteral("Name"), &name) != Orrery::RESULT_OK ||
+        header->GetProperty(QStringLiteral("Revision"), &revision) != Orrery::RESULT_OK ||
+        header->GetProperty(QStringLiteral("Released"), &released) != Orrery::RESULT_OK) {
         return run.fail(QStringLiteral("%1 has no /Design with Name, Revision and Released")
                             .arg(quoted(designPath)));
     }
-    PropertyObject* material = containerAt(design, QStringLiteral("/Board"));
-    if (material == nullptr ||
-        material->GetProperty(QStringLiteral("LossTangent"), &loss) != Orrery::RESULT_OK) {
+    PropertyObject* board = containerAt(design, QStringLiteral("/Board"));
+    if (board == nullptr ||
+        board->GetProperty(QStringLiteral("LossTangent"), &loss) != Orrery::RESULT_OK) {
         return run.fail(QStringLiteral("%1 has no /Board/LossTangent").arg(quoted(designPath)));
     }
     out << kIndent << "/Design/Name          GetProperty(QString*) = " << quoted(name) << '\n'

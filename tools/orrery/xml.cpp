@@ -126,7 +126,7 @@ int runXml(Invocation& run) {
     if (positionals.isEmpty()) {
         return run.fail(QStringLiteral("no action given (check or format)"));
     }
-    const QString action = positionals.constFirst();
+    const QString& action = positionals.constFirst();
     Invocation sub = run.subcommand(action, positionals.mid(1));
     if (action == QLatin1String("check")) {
         return check(sub);
