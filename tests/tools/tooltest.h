@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: MIT
+// Runs the orrery tool in a child process with an environment of its own: a temporary
+// HOME and XDG_CONFIG_HOME, and none of the suite's variables from the caller.
+#pragma once
+
+#include "testutil.h"
+
+#include "printers.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QString>
+#include <QStringList>
+
+namespace OrreryToolTest {
+
+struct ToolResult {
+    int exitCode = -1;
+    bool crashed = false;
+    QString out;
+    QString err;
+};
+
+/// The example data of the source tree.
+inline QString examplesDir() {
+    return QStringLiteral(ORRERY_EXAMPLES_DIR);
+}
+
+/// The example installation (KORVANE_DIR of the demo).
+inline QString exampleInstallation() {
+    return QString(examplesDir() + QStringLiteral("/korvane"));
+}
+
+class ToolTest : public OrreryTest::TempDirTest {
+protected:
+    void SetUp() override {
+        OrreryTest::TempDirTest::SetUp();
+        QDir(path()).mkpath(QStringLiteral("home"));
+        environment = QProcessEnvironment::systemEnvironment();
+        for (const char* name :
+             {"KORVANE_DIR", "VEXIL_REGISTRY_FILE", "VEXIL_REFERRED_COMPONENT_FILE",
+              "VEXIL_INSTALLINFO_FILE", "VEXIL_CR_UNQUOTE_STRATEGY_ENUM", "VEXIL_EMDS_DIR",
+              "WBMLANGPATH", "DOCS_DIR", "CYGWIN", "SIMARCH", "COMPL_DIR", "COMPILER_VER",
+              "VEP_MAJOR_VER", "http_proxy", "https_proxy", "no_proxy", "USERPROFILE"}) {
+            environment.remove(QString::fromLatin1(name));
+        }
+        environment.insert(QStringLiteral("HOME"), path(QStringLiteral("home")));
+        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), path(QStringLiteral("config")));
+    }
+
+    /// Runs `orrery ARGS` and waits for it; a crash or a hang fails the test.
+    ToolResult run(const QStringList& arguments, const QString& workingDirectory = QString()) {
+        QProcess process;
+        process.setProcessEnvironment(environment);
+        process.setWorkingDirectory(workingDirectory.isEmpty() ? path() : workingDirectory);
+        process.start(QStringLiteral(ORRERY_TOOL), arguments);
+        ToolResult result;
+        if (!process.waitForStarted(30000) || !process.waitForFinished(120000)) {
+            ADD_FAILURE() << "orrery did not run: " << process.errorString().toStdString();
+            process.kill();
+            process.waitForFinished();
+            result.crashed = true;
+            return result;
+        }
+        result.crashed = process.exitStatus() != QProcess::NormalExit;
+        result.exitCode = process.exitCode();
+        result.out = QString::fromUtf8(process.readAllStandardOutput());
+        result.err = QString::fromUtf8(process.readAllStandardError());
+        EXPECT_FALSE(result.crashed) << "orrery crashed: " << result.err.toStdString();
+        return result;
+    }
+
+    QProcessEnvironment environment;
+};
+
+/// Exit status 0, nothing on standard error.
+inline ::testing::AssertionResult succeeded(const ToolResult& result) {
+    if (result.crashed || result.exitCode != 0 || !result.err.isEmpty()) {
+        return ::testing::AssertionFailure()
+               << "exit " << result.exitCode << ", stderr: " << result.err.toStdString()
+               << ", stdout: " << result.out.toStdString();
+    }
+    return ::testing::AssertionSuccess();
+}
+
+/**
+ * Exit status 1, nothing on standard output and exactly one line on standard error that
+ * starts with "orrery <command>: " and holds @p part.
+ */
+inline ::testing::AssertionResult rejected(const ToolResult& result, const QString& command,
+                                           const QString& part) {
+    const QString prefix = QString(QStringLiteral("orrery ") + command + QStringLiteral(": "));
+    const bool oneLine =
+        result.err.endsWith(QLatin1Char('\n')) && result.err.count(QLatin1Char('\n')) == 1;
+    if (result.crashed || result.exitCode != 1 || !result.out.isEmpty() || !oneLine ||
+        !result.err.startsWith(prefix) || !result.err.contains(part)) {
+        return ::testing::AssertionFailure()
+               << "exit " << result.exitCode << ", stderr: [" << result.err.toStdString()
+               << "], stdout: [" << result.out.toStdString() << "], expected a line starting "
+               << prefix.toStdString() << " holding " << part.toStdString();
+    }
+    return ::testing::AssertionSuccess();
+}
+
+/// The lines of a text, without the empty line after the last line break.
+inline QStringList lines(const QString& text) {
+    QStringList all = text.split(QLatin1Char('\n'));
+    if (!all.isEmpty() && all.constLast().isEmpty()) {
+        all.removeLast();
+    }
+    return all;
+}
+
+}  // namespace OrreryToolTest
