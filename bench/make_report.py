@@ -1,0 +1,185 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""Turns the JSON output of the benchmark executables into bench/results.md.
+
+Usage: make_report.py RESULTS_DIR > results.md
+RESULTS_DIR holds one <executable>.json per benchmark executable, all from one run.
+Each row below names our benchmark, its peers (measured in the same run) and the
+target that the row is held to.
+"""
+import datetime
+import json
+import os
+import platform
+import sys
+
+# (workload, ours, [(peer label, peer benchmark)], target description, target check)
+# A check gets {label: cpu time} and the times of ours and returns True/False, or None
+# when the row has no target.
+ROWS = [
+    ("XML: read a 20 MB document (parse and destroy)", "BM_Read_XMLElement",
+     [("raw QXmlStreamReader loop (floor)", "BM_Read_RawStreamReader"),
+      ("QDomDocument", "BM_Read_QDomDocument"), ("pugixml", "BM_Read_Pugixml")],
+     "within 1.5x of the raw loop and faster than QDomDocument",
+     lambda o, p: o <= 1.5 * p["raw QXmlStreamReader loop (floor)"] and o < p["QDomDocument"]),
+    ("XML: read a 20 MB document (parse only)", "BM_Read_XMLElementWithoutDestruction",
+     [("raw QXmlStreamReader loop (floor)", "BM_Read_RawStreamReader")],
+     "within 1.5x of the raw loop",
+     lambda o, p: o <= 1.5 * p["raw QXmlStreamReader loop (floor)"]),
+    ("XML: write a 20 MB document", "BM_Write_XMLElement",
+     [("raw QXmlStreamWriter loop (floor)", "BM_Write_RawStreamWriter"),
+      ("QDomDocument", "BM_Write_QDomDocument"), ("pugixml", "BM_Write_Pugixml")],
+     "within 1.5x of the raw writer loop",
+     lambda o, p: o <= 1.5 * p["raw QXmlStreamWriter loop (floor)"]),
+    ("Property tree: build 10^6 nodes", "BM_BuildTree",
+     [("Boost.PropertyTree", "BM_Ptree_BuildTree")], None, None),
+    ("Property tree: resolve 10^6 paths", "BM_ResolveAbsolutePaths",
+     [("Boost.PropertyTree", "BM_Ptree_ResolveAbsolutePaths")], None, None),
+    ("Property tree: clone 10^6 nodes", "BM_CloneTree",
+     [("Boost.PropertyTree", "BM_Ptree_CloneTree")], None, None),
+    ("Property tree: destroy 10^6 nodes", "BM_DestroyTree",
+     [("Boost.PropertyTree", "BM_Ptree_DestroyTree")], None, None),
+    ("Numbers: parse + normalise + format 10^6 values", "BM_ParseNormaliseFormat",
+     [("strtod + snprintf (floor)", "BM_StrtodSnprintfFloor")],
+     "within 3x of the floor", lambda o, p: o <= 3 * p["strtod + snprintf (floor)"]),
+    ("Numbers: asReal of 10^6 values with units", "BM_AsReal",
+     [("strtod + snprintf (floor)", "BM_StrtodSnprintfFloor"),
+      ("strtod alone", "BM_AsRealStrtodFloor")],
+     "within 3x of the strtod + snprintf floor",
+     lambda o, p: o <= 3 * p["strtod + snprintf (floor)"]),
+    ("File names: normalize 10^6 paths", "NormalizePathname_Mixed",
+     [("std::filesystem lexically_normal", "LexicallyNormal_Mixed")],
+     "no slower than lexically_normal",
+     lambda o, p: o <= p["std::filesystem lexically_normal"]),
+    ("File names: normalize 10^6 already-normal paths", "NormalizePathname_AlreadyNormal",
+     [("std::filesystem lexically_normal", "LexicallyNormal_AlreadyNormal")],
+     "no slower than lexically_normal",
+     lambda o, p: o <= p["std::filesystem lexically_normal"]),
+    ("File names: relative path of 10^6 pairs", "MakeRelativePath",
+     [("std::filesystem lexically_relative", "LexicallyRelative")], None, None),
+    ("File names: compare 10^6 pairs", "CompareFilenames",
+     [("std::filesystem path::compare", "PathCompare")], None, None),
+    ("File names: rename the extension of 10^6 paths", "RenameExtension",
+     [("std::filesystem replace_extension", "PathReplaceExtension")], None, None),
+]
+
+# Growth rows: one benchmark family, times at increasing sizes.
+GROWTH = [
+    ("ExpandVars: 10^3 to 10^5 references", "BM_ExpandVarsReferences"),
+]
+SINGLE = [
+    ("QueryReferredComponentLocation over 10,000 versions", "BM_QueryHighestVersion"),
+]
+
+UNIT_NS = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}
+
+
+def load(results_dir):
+    times = {}
+    context = {}
+    for name in sorted(os.listdir(results_dir)):
+        if not name.endswith(".json"):
+            continue
+        with open(os.path.join(results_dir, name), encoding="utf-8") as handle:
+            data = json.load(handle)
+        context = context or data.get("context", {})
+        for bench in data.get("benchmarks", []):
+            if bench.get("run_type", "iteration") != "iteration" or bench.get("error_occurred"):
+                continue
+            key = bench["name"].split("/")[0] if "/" in bench["name"] and \
+                not bench["name"].split("/")[1].isdigit() else bench["name"]
+            times[key] = bench["cpu_time"] * UNIT_NS[bench.get("time_unit", "ns")]
+    return times, context
+
+
+def fmt(ns):
+    if ns >= 1e9:
+        return "%.2f s" % (ns / 1e9)
+    if ns >= 1e6:
+        return "%.1f ms" % (ns / 1e6)
+    if ns >= 1e3:
+        return "%.1f us" % (ns / 1e3)
+    return "%.0f ns" % ns
+
+
+def cpu_model():
+    try:
+        with open("/proc/cpuinfo", encoding="utf-8") as handle:
+            for line in handle:
+                if line.startswith("model name"):
+                    return line.split(":", 1)[1].strip()
+    except OSError:
+        pass
+    return platform.processor() or "unknown"
+
+
+def main():
+    times, context = load(sys.argv[1])
+    out = []
+    out.append("# Benchmark results")
+    out.append("")
+    out.append("Written by `scripts/run-benchmarks.sh` from one run of every benchmark; do not edit.")
+    out.append("")
+    out.append("- Date: %s" % datetime.datetime.now(datetime.timezone.utc).strftime("%Y-%m-%d %H:%M UTC"))
+    out.append("- CPU: %s, %s cores" % (cpu_model(), context.get("num_cpus", os.cpu_count())))
+    load_avg = os.getloadavg()
+    out.append("- Load average at the end of the run: %.2f %.2f %.2f" % load_avg)
+    out.append("- Times are CPU time per benchmark pass (Google Benchmark), Release build.")
+    out.append("")
+    out.append("| workload | ours | peers (same run) | ratio ours/peer | target | met |")
+    out.append("|---|---|---|---|---|---|")
+    missing = []
+    for workload, ours_name, peers, target, check in ROWS:
+        if ours_name not in times:
+            missing.append(ours_name)
+            continue
+        ours = times[ours_name]
+        peer_times = {}
+        peer_cells, ratio_cells = [], []
+        for label, peer_name in peers:
+            if peer_name not in times:
+                missing.append(peer_name)
+                continue
+            peer_times[label] = times[peer_name]
+            peer_cells.append("%s %s" % (label, fmt(times[peer_name])))
+            ratio_cells.append("%.2fx vs %s" % (ours / times[peer_name], label))
+        if target is None:
+            met = "(no target)"
+            target = "-"
+        elif len(peer_times) < len(peers):
+            met = "not measured"
+        else:
+            met = "yes" if check(ours, peer_times) else "**no**"
+        out.append("| %s | %s | %s | %s | %s | %s |" % (
+            workload, fmt(ours), "<br>".join(peer_cells), "<br>".join(ratio_cells), target, met))
+    out.append("")
+    growth_lines = []
+    for workload, family in GROWTH:
+        points = sorted((int(k.split("/")[1]), v) for k, v in times.items()
+                        if k.startswith(family + "/") and k.split("/")[1].isdigit())
+        if not points:
+            missing.append(family)
+            continue
+        growth_lines.append("| %s | %s | %s |" % (
+            workload, "<br>".join("%d: %s" % (n, fmt(t)) for n, t in points),
+            "%.1fx time for %.0fx references" % (points[-1][1] / points[0][1],
+                                                 points[-1][0] / points[0][0])))
+    for workload, name in SINGLE:
+        if name not in times:
+            missing.append(name)
+            continue
+        growth_lines.append("| %s | %s | - |" % (workload, fmt(times[name])))
+    if growth_lines:
+        out.append("| workload | times | growth |")
+        out.append("|---|---|---|")
+        out.extend(growth_lines)
+        out.append("")
+    if missing:
+        out.append("Not measured in this run: %s." % ", ".join(sorted(set(missing))))
+        out.append("")
+    out.append("Where a target is missed, bench/<subsystem>/README.md gives the profile and what remains.")
+    print("\n".join(out))
+
+
+if __name__ == "__main__":
+    main()
