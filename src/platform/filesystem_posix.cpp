@@ -116,25 +116,8 @@ int chdir_utf8(const Path& path) {
     return ::chdir(target.c_str()) == 0 ? 0 : -1;
 }
 
-char* getcwd_utf8_legacy(char* buffer, int size) {
-    const std::string cwd = currentDirectory();
-    if (cwd.empty()) {
-        return nullptr;
-    }
-    if (buffer == nullptr) {
-        const std::size_t bytes = std::max<std::size_t>(cwd.size() + 1, size > 0 ? size : 0);
-        auto* out = static_cast<char*>(std::malloc(bytes));
-        if (out != nullptr) {
-            std::memcpy(out, cwd.c_str(), cwd.size() + 1);
-        }
-        return out;
-    }
-    if (size <= 0 || cwd.size() + 1 > static_cast<std::size_t>(size)) {
-        errno = ERANGE;
-        return nullptr;
-    }
-    std::memcpy(buffer, cwd.c_str(), cwd.size() + 1);
-    return buffer;
+std::string host::current_directory() {
+    return currentDirectory();
 }
 
 DirectorySaver::DirectorySaver() : saved_(currentDirectory()) {}

@@ -15,6 +15,8 @@ namespace host {
 char separator();
 /// Maps a UTF-8 path to the spelling the operating system accepts.
 std::string os_path(const std::string& path);
+/// The current directory in UTF-8, as the operating system spells it; empty on failure.
+std::string current_directory();
 /// Compares two native path names under the host's rules (0 when equal).
 int compare_names(const std::string& a, const std::string& b);
 

@@ -5,6 +5,11 @@
 
 #include "host_p.h"
 
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
 namespace vexil {
 
 Path::Path(const char* path) : text_(path ? path : "") {}
@@ -99,6 +104,27 @@ Path& Path::normalize() {
     }
     text_ = out;
     return *this;
+}
+
+char* getcwd_utf8_legacy(char* buffer, int size) {
+    const std::string cwd = host::current_directory();
+    if (cwd.empty()) {
+        return nullptr;
+    }
+    if (buffer == nullptr) {
+        const std::size_t bytes = std::max<std::size_t>(cwd.size() + 1, size > 0 ? size : 0);
+        auto* out = static_cast<char*>(std::malloc(bytes));
+        if (out != nullptr) {
+            std::memcpy(out, cwd.c_str(), cwd.size() + 1);
+        }
+        return out;
+    }
+    if (size <= 0 || cwd.size() + 1 > static_cast<std::size_t>(size)) {
+        errno = ERANGE;
+        return nullptr;
+    }
+    std::memcpy(buffer, cwd.c_str(), cwd.size() + 1);
+    return buffer;
 }
 
 int Path::compare_filenames(const Path& a, const Path& b) {
