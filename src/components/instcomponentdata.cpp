@@ -1,0 +1,189 @@
+// SPDX-License-Identifier: MIT
+// The installed-component store and the referred-component files of products.
+
+#include <orrery/components.h>
+
+#include <vexil/core.h>
+
+#include <QDir>
+#include <QSettings>
+#include <QVariant>
+
+#include <iostream>
+#include <memory>
+
+namespace Orrery {
+
+const QString InstComponentData::s_ComponentRefFile = QStringLiteral("ComponentRefs.ini");
+const QString InstComponentData::s_strVersion = QStringLiteral("Version");
+const QString InstComponentData::s_strBuild = QStringLiteral("Build");
+const QString InstComponentData::s_strRefCount = QStringLiteral("RefCount");
+const QString InstComponentData::s_strArchitecture = QStringLiteral("Architecture");
+const QString InstComponentData::s_strLocation = QStringLiteral("Location");
+const QString InstComponentData::s_strCommonDir = QStringLiteral("CommonDir");
+const QString InstComponentData::s_strOrganization = QStringLiteral("Tolmarsk");
+const QString InstComponentData::s_strapplication = QStringLiteral("Vexil");
+
+namespace {
+
+// A variable counts only when it is set and not empty.
+bool readVariable(const char* name, QString* value) {
+    std::string raw;
+    if (!vexil::getenv_stdstring_allow_empty(name, &raw) || raw.empty()) {
+        return false;
+    }
+    *value = QString::fromStdString(raw);
+    return true;
+}
+
+QString groupOf(const QString& component, const QString& version) {
+    return QString(component + QLatin1Char('/') + version);
+}
+
+bool checkProductRoot(const QString& productRoot) {
+    if (productRoot.isEmpty()) {
+        std::cerr << "Product root needs to be set\n";
+        return false;
+    }
+    return true;
+}
+
+std::unique_ptr<QSettings> openInstalledStore() {
+    const QString file = InstComponentData::GetInstComponentFullPathtoRefFile();
+    if (file.isEmpty()) {
+        return std::make_unique<QSettings>(InstComponentData::s_strOrganization,
+                                           InstComponentData::s_strapplication);
+    }
+    return std::make_unique<QSettings>(file, QSettings::IniFormat);
+}
+
+std::unique_ptr<QSettings> openReferredStore(const QString& productRoot) {
+    return std::make_unique<QSettings>(
+        InstComponentData::GetComponentFullPathtoRefFile(productRoot), QSettings::IniFormat);
+}
+
+QString readKey(QSettings& settings, const QString& component, const QString& version,
+                const QString& key) {
+    settings.beginGroup(groupOf(component, version));
+    const QString value = settings.value(key, QVariant()).toString();
+    settings.endGroup();
+    return value;
+}
+
+void writeKey(QSettings& settings, const QString& component, const QString& version,
+              const QString& key, const QString& value) {
+    settings.beginGroup(groupOf(component, version));
+    settings.setValue(key, value);
+    settings.endGroup();
+    settings.sync();
+}
+
+void removeGroup(QSettings& settings, const QString& component, const QString& version) {
+    settings.beginGroup(groupOf(component, version));
+    // The empty key stands for every key of the current group.
+    settings.remove(QString());
+    settings.endGroup();
+    settings.sync();
+}
+
+// Removes each backslash and keeps the character after it literally.
+QString unescapeBackslashes(const QString& text) {
+    QString out;
+    out.reserve(text.size());
+    for (int i = 0; i < text.size(); ++i) {
+        if (text.at(i) == QLatin1Char('\\')) {
+            ++i;
+            if (i == text.size()) {
+                break;
+            }
+        }
+        out.append(text.at(i));
+    }
+    return out;
+}
+
+}  // namespace
+
+QString InstComponentData::GetInstComponentFullPathtoRefFile() {
+    QString file;
+    if (!readVariable("VEXIL_INSTALLINFO_FILE", &file)) {
+        return QString();
+    }
+    return QDir::toNativeSeparators(file);
+}
+
+QString InstComponentData::GetComponentFullPathtoRefFile(const QString& productRoot) {
+    QString file;
+    if (!readVariable("VEXIL_REFERRED_COMPONENT_FILE", &file)) {
+        const bool quoted =
+            (productRoot.startsWith(QLatin1Char('"')) && productRoot.endsWith(QLatin1Char('"'))) ||
+            (productRoot.startsWith(QLatin1Char('\'')) && productRoot.endsWith(QLatin1Char('\'')));
+        QString dir = productRoot;
+        if (quoted) {
+            dir = productRoot.size() >= 2 ? productRoot.mid(1, productRoot.size() - 2) : QString();
+            QString strategy;
+            if (dir.contains(QLatin1Char('\\')) &&
+                readVariable("VEXIL_CR_UNQUOTE_STRATEGY_ENUM", &strategy) &&
+                strategy == QLatin1String("1")) {
+                dir = unescapeBackslashes(dir);
+            }
+        }
+        file = QString(dir + QLatin1Char('/') + s_ComponentRefFile);
+    }
+    return QDir::toNativeSeparators(file);
+}
+
+QString InstComponentData::GetInstComponentKey(const QString& component, const QString& version,
+                                               const QString& key) {
+    const std::unique_ptr<QSettings> settings = openInstalledStore();
+    return readKey(*settings, component, version, key);
+}
+
+bool InstComponentData::SetInstComponentKey(const QString& component, const QString& version,
+                                            const QString& key, const QString& value) {
+    const std::unique_ptr<QSettings> settings = openInstalledStore();
+    writeKey(*settings, component, version, key, value);
+    return true;
+}
+
+bool InstComponentData::RemoveInstComponent(const QString& component, const QString& version) {
+    // Deliberately the native settings, even when VEXIL_INSTALLINFO_FILE names an INI file.
+    QSettings settings(s_strOrganization, s_strapplication);
+    removeGroup(settings, component, version);
+    return true;
+}
+
+QString InstComponentData::GetReferredComponentKey(const QString& productRoot,
+                                                   const QString& component, const QString& version,
+                                                   const QString& key) {
+    if (!checkProductRoot(productRoot)) {
+        return QString();
+    }
+    const std::unique_ptr<QSettings> settings = openReferredStore(productRoot);
+    const QString value = readKey(*settings, component, version, key);
+    settings->sync();
+    return value;
+}
+
+bool InstComponentData::SetReferredComponentKey(const QString& productRoot,
+                                                const QString& component, const QString& version,
+                                                const QString& key, const QString& value) {
+    if (!checkProductRoot(productRoot)) {
+        return false;
+    }
+    const std::unique_ptr<QSettings> settings = openReferredStore(productRoot);
+    writeKey(*settings, component, version, key, value);
+    return true;
+}
+
+bool InstComponentData::RemoveReferredComponent(const QString& productRoot,
+                                                const QString& component, const QString& version) {
+    if (!checkProductRoot(productRoot)) {
+        return false;
+    }
+    const std::unique_ptr<QSettings> settings = openReferredStore(productRoot);
+    removeGroup(*settings, component, version);
+    return true;
+}
+
+}  // namespace Orrery

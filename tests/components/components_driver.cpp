@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: MIT
+// Runs component-store operations in a fresh process, so that tests can start several
+// writers at once and observe the native per-user settings without test-mode paths.
+// Usage:
+//   components_driver write-installed PROCESS COUNT
+//   components_driver write-referred PRODUCT_ROOT PROCESS COUNT
+//   components_driver native-set COMPONENT VERSION KEY VALUE
+//   components_driver native-get COMPONENT VERSION KEY
+//   components_driver native-remove COMPONENT VERSION
+#include <orrery/components.h>
+
+#include <QSettings>
+#include <QString>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+using Orrery::InstComponentData;
+
+namespace {
+
+QString arg(char** argv, int index) {
+    return QString::fromLocal8Bit(argv[index]);
+}
+
+// Process p writes keys K0..K(count-1) of version "p<p>", spread over four components.
+int writeKeys(const QString& productRoot, const QString& process, int count) {
+    for (int j = 0; j < count; ++j) {
+        const QString component = QStringLiteral("Comp%1").arg(j % 4);
+        const QString version = QString(QStringLiteral("p") + process);
+        const QString key = QStringLiteral("K%1").arg(j);
+        const QString value = QStringLiteral("v%1.%2").arg(process).arg(j);
+        const bool ok = productRoot.isNull()
+                            ? InstComponentData::SetInstComponentKey(component, version, key, value)
+                            : InstComponentData::SetReferredComponentKey(productRoot, component,
+                                                                         version, key, value);
+        if (!ok) {
+            return 1;
+        }
+    }
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc < 2) {
+        return 2;
+    }
+    const char* mode = argv[1];
+    if (std::strcmp(mode, "write-installed") == 0 && argc == 4) {
+        return writeKeys(QString(), arg(argv, 2), std::atoi(argv[3]));
+    }
+    if (std::strcmp(mode, "write-referred") == 0 && argc == 5) {
+        return writeKeys(arg(argv, 2), arg(argv, 3), std::atoi(argv[4]));
+    }
+    if (std::strcmp(mode, "native-set") == 0 && argc == 6) {
+        const bool ok = InstComponentData::SetInstComponentKey(arg(argv, 2), arg(argv, 3),
+                                                               arg(argv, 4), arg(argv, 5));
+        QSettings native(InstComponentData::s_strOrganization, InstComponentData::s_strapplication);
+        std::printf("%d %s\n", ok ? 1 : 0, native.fileName().toLocal8Bit().constData());
+        return 0;
+    }
+    if (std::strcmp(mode, "native-get") == 0 && argc == 5) {
+        const QString value =
+            InstComponentData::GetInstComponentKey(arg(argv, 2), arg(argv, 3), arg(argv, 4));
+        std::printf("[%s]\n", value.toLocal8Bit().constData());
+        return 0;
+    }
+    if (std::strcmp(mode, "native-remove") == 0 && argc == 4) {
+        const bool ok = InstComponentData::RemoveInstComponent(arg(argv, 2), arg(argv, 3));
+        std::printf("%d\n", ok ? 1 : 0);
+        return 0;
+    }
+    return 2;
+}

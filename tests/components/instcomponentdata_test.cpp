@@ -1,0 +1,476 @@
+// SPDX-License-Identifier: MIT
+#include <orrery/components.h>
+
+#include "components_fixture.h"
+#include "qstring_printer.h"
+#include "stderr_capture.h"
+#include "testutil.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QSettings>
+
+#include <vector>
+
+#ifndef ORRERY_COMPONENTS_DRIVER
+#error "ORRERY_COMPONENTS_DRIVER must name the driver executable"
+#endif
+
+using Orrery::InstComponentData;
+using OrreryTest::ComponentStoreTest;
+using OrreryTest::StderrCapture;
+
+namespace {
+
+QString native(const char* path) {
+    return QDir::toNativeSeparators(QString::fromUtf8(path));
+}
+
+TEST(InstComponentData, KeyNamesAndStoreNames) {
+    EXPECT_EQ(InstComponentData::s_ComponentRefFile, QStringLiteral("ComponentRefs.ini"));
+    EXPECT_EQ(InstComponentData::s_strVersion, QStringLiteral("Version"));
+    EXPECT_EQ(InstComponentData::s_strBuild, QStringLiteral("Build"));
+    EXPECT_EQ(InstComponentData::s_strRefCount, QStringLiteral("RefCount"));
+    EXPECT_EQ(InstComponentData::s_strArchitecture, QStringLiteral("Architecture"));
+    EXPECT_EQ(InstComponentData::s_strLocation, QStringLiteral("Location"));
+    EXPECT_EQ(InstComponentData::s_strCommonDir, QStringLiteral("CommonDir"));
+    EXPECT_EQ(InstComponentData::s_strOrganization, QStringLiteral("Tolmarsk"));
+    EXPECT_EQ(InstComponentData::s_strapplication, QStringLiteral("Vexil"));
+}
+
+// ---------------------------------------------------------------- file locations
+
+using InstComponentDataFiles = ComponentStoreTest;
+
+TEST_F(InstComponentDataFiles, InstalledFileComesFromTheVariable) {
+    EXPECT_EQ(InstComponentData::GetInstComponentFullPathtoRefFile(), QString());
+    env().set("VEXIL_INSTALLINFO_FILE", "");
+    EXPECT_EQ(InstComponentData::GetInstComponentFullPathtoRefFile(), QString());
+    env().set("VEXIL_INSTALLINFO_FILE", "/opt/info/inst.ini");
+    EXPECT_EQ(InstComponentData::GetInstComponentFullPathtoRefFile(), native("/opt/info/inst.ini"));
+}
+
+TEST_F(InstComponentDataFiles, ReferredFileIsInTheProductRoot) {
+    EXPECT_EQ(InstComponentData::GetComponentFullPathtoRefFile(QStringLiteral("/opt/prod")),
+              native("/opt/prod/ComponentRefs.ini"));
+}
+
+TEST_F(InstComponentDataFiles, EmptyProductRootGivesAFileAtTheTop) {
+    EXPECT_EQ(InstComponentData::GetComponentFullPathtoRefFile(QString()),
+              native("/ComponentRefs.ini"));
+}
+
+TEST_F(InstComponentDataFiles, VariableOverridesTheProductRoot) {
+    env().set("VEXIL_REFERRED_COMPONENT_FILE", "/etc/refs/all.ini");
+    EXPECT_EQ(InstComponentData::GetComponentFullPathtoRefFile(QStringLiteral("/opt/prod")),
+              native("/etc/refs/all.ini"));
+    EXPECT_EQ(InstComponentData::GetComponentFullPathtoRefFile(QStringLiteral("\"C:\\x\"")),
+              native("/etc/refs/all.ini"));
+    env().set("VEXIL_REFERRED_COMPONENT_FILE", "");
+    EXPECT_EQ(InstComponentData::GetComponentFullPathtoRefFile(QStringLiteral("/opt/prod")),
+              native("/opt/prod/ComponentRefs.ini"));
+}
+
+struct RootRow {
+    const char* root;
+    const char* strategy;  // null: unset
+    const char* file;      // before conversion to native separators
+};
+
+class ReferredFileRule : public ComponentStoreTest,
+                         public ::testing::WithParamInterface<RootRow> {};
+
+TEST_P(ReferredFileRule, QuotingAndUnquoteStrategy) {
+    if (GetParam().strategy != nullptr) {
+        env().set("VEXIL_CR_UNQUOTE_STRATEGY_ENUM", GetParam().strategy);
+    }
+    EXPECT_EQ(InstComponentData::GetComponentFullPathtoRefFile(QString::fromUtf8(GetParam().root)),
+              native(GetParam().file));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Roots, ReferredFileRule,
+    ::testing::Values(
+        // A quoted root loses its quotation marks; backslashes stay without the strategy.
+        RootRow{"\"C:\\Prog Files\\X\"", nullptr, "C:\\Prog Files\\X/ComponentRefs.ini"},
+        RootRow{"'C:\\Prog Files\\X'", nullptr, "C:\\Prog Files\\X/ComponentRefs.ini"},
+        // Strategy "1" reads backslashes as escapes.
+        RootRow{"\"C:\\Prog Files\\X\"", "1", "C:Prog FilesX/ComponentRefs.ini"},
+        RootRow{"'C:\\Prog Files\\X'", "1", "C:Prog FilesX/ComponentRefs.ini"},
+        RootRow{"\"a\\\\b\\\"", "1", "a\\b/ComponentRefs.ini"},
+        // Any other value is off.
+        RootRow{"\"C:\\Prog Files\\X\"", "yes", "C:\\Prog Files\\X/ComponentRefs.ini"},
+        RootRow{"\"C:\\Prog Files\\X\"", "11", "C:\\Prog Files\\X/ComponentRefs.ini"},
+        RootRow{"\"C:\\Prog Files\\X\"", "", "C:\\Prog Files\\X/ComponentRefs.ini"},
+        // Without a backslash the strategy changes nothing.
+        RootRow{"\"/opt/my prod\"", "1", "/opt/my prod/ComponentRefs.ini"},
+        // Quoted at one end only, or with mixed marks: not unquoted.
+        RootRow{"\"C:\\X", nullptr, "\"C:\\X/ComponentRefs.ini"},
+        RootRow{"C:\\X\"", "1", "C:\\X\"/ComponentRefs.ini"},
+        RootRow{"\"C:\\X'", "1", "\"C:\\X'/ComponentRefs.ini"},
+        // A lone quotation mark begins and ends with one.
+        RootRow{"\"", nullptr, "/ComponentRefs.ini"},
+        RootRow{"\"\"", nullptr, "/ComponentRefs.ini"}));
+
+// ---------------------------------------------------------------- referred components
+
+class ReferredComponents : public ComponentStoreTest {
+protected:
+    QString root() const { return path(QStringLiteral("prod")); }
+    QString refFile() const { return path(QStringLiteral("prod/ComponentRefs.ini")); }
+    void SetUp() override {
+        ComponentStoreTest::SetUp();
+        QDir(path()).mkpath(QStringLiteral("prod"));
+    }
+};
+
+TEST_F(ReferredComponents, WritesTheExactIniText) {
+    EXPECT_TRUE(InstComponentData::SetReferredComponentKey(
+        root(), QStringLiteral("Models"), QStringLiteral("2.1"), QStringLiteral("Location"),
+        QStringLiteral("/opt/m")));
+    EXPECT_EQ(readFile(refFile()), QByteArray("[Models]\n2.1\\Location=/opt/m\n"));
+}
+
+TEST_F(ReferredComponents, ReadsBackWhatWasWritten) {
+    InstComponentData::SetReferredComponentKey(root(), QStringLiteral("Models"),
+                                               QStringLiteral("2.1"), QStringLiteral("Location"),
+                                               QStringLiteral("/opt/m"));
+    InstComponentData::SetReferredComponentKey(root(), QStringLiteral("Models"),
+                                               QStringLiteral("2.1"), QStringLiteral("RefCount"),
+                                               QStringLiteral("3"));
+    EXPECT_EQ(
+        InstComponentData::GetReferredComponentKey(
+            root(), QStringLiteral("Models"), QStringLiteral("2.1"), QStringLiteral("Location")),
+        QStringLiteral("/opt/m"));
+    EXPECT_EQ(
+        InstComponentData::GetReferredComponentKey(
+            root(), QStringLiteral("Models"), QStringLiteral("2.1"), QStringLiteral("RefCount")),
+        QStringLiteral("3"));
+    EXPECT_EQ(readFile(refFile()), QByteArray("[Models]\n2.1\\Location=/opt/m\n2.1\\RefCount=3\n"));
+}
+
+TEST_F(ReferredComponents, AbsentKeyOrFileReadsEmptyAndCreatesNothing) {
+    EXPECT_EQ(
+        InstComponentData::GetReferredComponentKey(
+            root(), QStringLiteral("Models"), QStringLiteral("2.1"), QStringLiteral("Location")),
+        QString());
+    EXPECT_FALSE(QFileInfo::exists(refFile()));
+    InstComponentData::SetReferredComponentKey(root(), QStringLiteral("Models"),
+                                               QStringLiteral("2.1"), QStringLiteral("Location"),
+                                               QStringLiteral("/opt/m"));
+    EXPECT_EQ(
+        InstComponentData::GetReferredComponentKey(
+            root(), QStringLiteral("Models"), QStringLiteral("2.2"), QStringLiteral("Location")),
+        QString());
+    EXPECT_EQ(
+        InstComponentData::GetReferredComponentKey(
+            root(), QStringLiteral("Tools"), QStringLiteral("2.1"), QStringLiteral("Location")),
+        QString());
+}
+
+TEST_F(ReferredComponents, WritingCreatesAMissingFile) {
+    const QString otherRoot = path(QStringLiteral("fresh"));
+    QDir(path()).mkpath(QStringLiteral("fresh"));
+    EXPECT_TRUE(InstComponentData::SetReferredComponentKey(otherRoot, QStringLiteral("T"),
+                                                           QStringLiteral("1"), QStringLiteral("k"),
+                                                           QStringLiteral("v")));
+    EXPECT_EQ(readFile(QString(otherRoot + QStringLiteral("/ComponentRefs.ini"))),
+              QByteArray("[T]\n1\\k=v\n"));
+}
+
+TEST_F(ReferredComponents, RemoveLeavesOtherVersionsInPlace) {
+    for (const char* version : {"2.1", "3.0"}) {
+        InstComponentData::SetReferredComponentKey(
+            root(), QStringLiteral("Models"), QString::fromUtf8(version),
+            QStringLiteral("Location"),
+            QString(QStringLiteral("/opt/m") + QString::fromUtf8(version)));
+        InstComponentData::SetReferredComponentKey(root(), QStringLiteral("Models"),
+                                                   QString::fromUtf8(version),
+                                                   QStringLiteral("RefCount"), QStringLiteral("1"));
+    }
+    EXPECT_TRUE(InstComponentData::RemoveReferredComponent(root(), QStringLiteral("Models"),
+                                                           QStringLiteral("2.1")));
+    EXPECT_EQ(readFile(refFile()),
+              QByteArray("[Models]\n3.0\\Location=/opt/m3.0\n3.0\\RefCount=1\n"));
+    EXPECT_EQ(
+        InstComponentData::GetReferredComponentKey(
+            root(), QStringLiteral("Models"), QStringLiteral("2.1"), QStringLiteral("Location")),
+        QString());
+    EXPECT_EQ(
+        InstComponentData::GetReferredComponentKey(
+            root(), QStringLiteral("Models"), QStringLiteral("3.0"), QStringLiteral("Location")),
+        QStringLiteral("/opt/m3.0"));
+}
+
+TEST_F(ReferredComponents, SlashInComponentMakesADeeperGroup) {
+    InstComponentData::SetReferredComponentKey(root(), QStringLiteral("Lib/Models"),
+                                               QStringLiteral("1"), QStringLiteral("Location"),
+                                               QStringLiteral("/l"));
+    EXPECT_EQ(readFile(refFile()), QByteArray("[Lib]\nModels\\1\\Location=/l\n"));
+}
+
+TEST_F(ReferredComponents, QtIniEscapingAppliesUnchanged) {
+    InstComponentData::SetReferredComponentKey(root(), QStringLiteral("My Models"),
+                                               QStringLiteral("1.0"), QStringLiteral("Location"),
+                                               QStringLiteral("C:\\m;x"));
+    EXPECT_EQ(readFile(refFile()), QByteArray("[My%20Models]\n1.0\\Location=\"C:\\\\m;x\"\n"));
+    EXPECT_EQ(
+        InstComponentData::GetReferredComponentKey(
+            root(), QStringLiteral("My Models"), QStringLiteral("1.0"), QStringLiteral("Location")),
+        QStringLiteral("C:\\m;x"));
+}
+
+TEST_F(ReferredComponents, QuotedRootNamesTheSameFile) {
+    const QString quoted = QString(QLatin1Char('"') + root() + QLatin1Char('"'));
+    InstComponentData::SetReferredComponentKey(quoted, QStringLiteral("Models"),
+                                               QStringLiteral("2.1"), QStringLiteral("Location"),
+                                               QStringLiteral("/opt/m"));
+    EXPECT_EQ(readFile(refFile()), QByteArray("[Models]\n2.1\\Location=/opt/m\n"));
+}
+
+TEST_F(ReferredComponents, VariableNamesTheFileAndTheRootIsIgnored) {
+    const QString shared = path(QStringLiteral("shared.ini"));
+    env().set("VEXIL_REFERRED_COMPONENT_FILE", shared.toStdString());
+    EXPECT_TRUE(InstComponentData::SetReferredComponentKey(
+        QStringLiteral("/no/such/root"), QStringLiteral("Models"), QStringLiteral("2.1"),
+        QStringLiteral("Location"), QStringLiteral("/opt/m")));
+    EXPECT_EQ(readFile(shared), QByteArray("[Models]\n2.1\\Location=/opt/m\n"));
+    EXPECT_FALSE(QFileInfo::exists(QStringLiteral("/no/such/root/ComponentRefs.ini")));
+    EXPECT_EQ(
+        InstComponentData::GetReferredComponentKey(
+            root(), QStringLiteral("Models"), QStringLiteral("2.1"), QStringLiteral("Location")),
+        QStringLiteral("/opt/m"));
+    EXPECT_TRUE(InstComponentData::RemoveReferredComponent(
+        QStringLiteral("x"), QStringLiteral("Models"), QStringLiteral("2.1")));
+    EXPECT_EQ(
+        InstComponentData::GetReferredComponentKey(
+            root(), QStringLiteral("Models"), QStringLiteral("2.1"), QStringLiteral("Location")),
+        QString());
+}
+
+TEST_F(ReferredComponents, EmptyRootIsRefusedWithAMessage) {
+    const QString shared = path(QStringLiteral("shared.ini"));
+    {
+        StderrCapture capture;
+        EXPECT_EQ(
+            InstComponentData::GetReferredComponentKey(
+                QString(), QStringLiteral("M"), QStringLiteral("1"), QStringLiteral("Location")),
+            QString());
+        EXPECT_EQ(capture.text(), QByteArray("Product root needs to be set\n"));
+    }
+    {
+        StderrCapture capture;
+        EXPECT_FALSE(InstComponentData::SetReferredComponentKey(
+            QString(), QStringLiteral("M"), QStringLiteral("1"), QStringLiteral("Location"),
+            QStringLiteral("/x")));
+        EXPECT_EQ(capture.text(), QByteArray("Product root needs to be set\n"));
+    }
+    {
+        StderrCapture capture;
+        EXPECT_FALSE(InstComponentData::RemoveReferredComponent(QString(), QStringLiteral("M"),
+                                                                QStringLiteral("1")));
+        EXPECT_EQ(capture.text(), QByteArray("Product root needs to be set\n"));
+    }
+    // Also when the variable names the file: the root must still be given, and the file
+    // is not touched.
+    env().set("VEXIL_REFERRED_COMPONENT_FILE", shared.toStdString());
+    {
+        StderrCapture capture;
+        EXPECT_FALSE(InstComponentData::SetReferredComponentKey(
+            QString(), QStringLiteral("M"), QStringLiteral("1"), QStringLiteral("Location"),
+            QStringLiteral("/x")));
+        EXPECT_EQ(capture.text(), QByteArray("Product root needs to be set\n"));
+    }
+    EXPECT_FALSE(QFileInfo::exists(shared));
+    EXPECT_FALSE(QFileInfo::exists(QStringLiteral("/ComponentRefs.ini")));
+}
+
+TEST_F(ReferredComponents, NonEmptyRootWritesNoMessage) {
+    StderrCapture capture;
+    InstComponentData::SetReferredComponentKey(root(), QStringLiteral("M"), QStringLiteral("1"),
+                                               QStringLiteral("Location"), QStringLiteral("/x"));
+    InstComponentData::GetReferredComponentKey(root(), QStringLiteral("M"), QStringLiteral("1"),
+                                               QStringLiteral("Location"));
+    InstComponentData::RemoveReferredComponent(root(), QStringLiteral("M"), QStringLiteral("1"));
+    EXPECT_EQ(capture.text(), QByteArray());
+}
+
+// ---------------------------------------------------------------- installed components
+
+using InstalledComponents = ComponentStoreTest;
+
+TEST_F(InstalledComponents, IniFileFromTheVariable) {
+    const QString store = path(QStringLiteral("inst.ini"));
+    env().set("VEXIL_INSTALLINFO_FILE", store.toStdString());
+    EXPECT_TRUE(InstComponentData::SetInstComponentKey(
+        QStringLiteral("Models"), QStringLiteral("2.1"), QStringLiteral("Location"),
+        QStringLiteral("/opt/m")));
+    EXPECT_EQ(readFile(store), QByteArray("[Models]\n2.1\\Location=/opt/m\n"));
+    EXPECT_EQ(InstComponentData::GetInstComponentKey(
+                  QStringLiteral("Models"), QStringLiteral("2.1"), QStringLiteral("Location")),
+              QStringLiteral("/opt/m"));
+    EXPECT_EQ(InstComponentData::GetInstComponentKey(
+                  QStringLiteral("Models"), QStringLiteral("2.1"), QStringLiteral("Build")),
+              QString());
+    EXPECT_FALSE(QFileInfo::exists(nativeStoreFile()));
+}
+
+TEST_F(InstalledComponents, NativeSettingsWithoutTheVariable) {
+    env().set("VEXIL_INSTALLINFO_FILE", "");
+    EXPECT_TRUE(
+        InstComponentData::SetInstComponentKey(QStringLiteral("Models"), QStringLiteral("2.1"),
+                                               QStringLiteral("RefCount"), QStringLiteral("2")));
+    EXPECT_EQ(InstComponentData::GetInstComponentKey(
+                  QStringLiteral("Models"), QStringLiteral("2.1"), QStringLiteral("RefCount")),
+              QStringLiteral("2"));
+    EXPECT_EQ(readFile(nativeStoreFile()), QByteArray("[Models]\n2.1\\RefCount=2\n"));
+}
+
+TEST_F(InstalledComponents, RemoveTakesTheWholeVersionAndKeepsOthers) {
+    for (const char* version : {"1.0", "2.0"}) {
+        InstComponentData::SetInstComponentKey(QStringLiteral("Models"), QString::fromUtf8(version),
+                                               QStringLiteral("Location"), QStringLiteral("/m"));
+        InstComponentData::SetInstComponentKey(QStringLiteral("Models"), QString::fromUtf8(version),
+                                               QStringLiteral("Build"), QStringLiteral("7"));
+    }
+    EXPECT_TRUE(
+        InstComponentData::RemoveInstComponent(QStringLiteral("Models"), QStringLiteral("1.0")));
+    EXPECT_EQ(InstComponentData::GetInstComponentKey(
+                  QStringLiteral("Models"), QStringLiteral("1.0"), QStringLiteral("Location")),
+              QString());
+    EXPECT_EQ(readFile(nativeStoreFile()),
+              QByteArray("[Models]\n2.0\\Build=7\n2.0\\Location=/m\n"));
+}
+
+TEST_F(InstalledComponents, RemoveAlwaysWorksOnTheNativeSettings) {
+    // Native settings hold version 2.1 too.
+    InstComponentData::SetInstComponentKey(QStringLiteral("Models"), QStringLiteral("2.1"),
+                                           QStringLiteral("Location"), QStringLiteral("/native"));
+    const QString store = path(QStringLiteral("inst.ini"));
+    env().set("VEXIL_INSTALLINFO_FILE", store.toStdString());
+    InstComponentData::SetInstComponentKey(QStringLiteral("Models"), QStringLiteral("2.1"),
+                                           QStringLiteral("Location"), QStringLiteral("/ini"));
+
+    EXPECT_TRUE(
+        InstComponentData::RemoveInstComponent(QStringLiteral("Models"), QStringLiteral("2.1")));
+    // The INI file named by the variable keeps the version...
+    EXPECT_EQ(InstComponentData::GetInstComponentKey(
+                  QStringLiteral("Models"), QStringLiteral("2.1"), QStringLiteral("Location")),
+              QStringLiteral("/ini"));
+    EXPECT_EQ(readFile(store), QByteArray("[Models]\n2.1\\Location=/ini\n"));
+    // ...while the native settings lose it.
+    env().unset("VEXIL_INSTALLINFO_FILE");
+    EXPECT_EQ(InstComponentData::GetInstComponentKey(
+                  QStringLiteral("Models"), QStringLiteral("2.1"), QStringLiteral("Location")),
+              QString());
+}
+
+// ---------------------------------------------------------------- child processes
+
+struct DriverResult {
+    int exitCode;
+    QString out;
+};
+
+DriverResult runDriver(const QStringList& arguments, const QProcessEnvironment& environment) {
+    QProcess process;
+    process.setProcessEnvironment(environment);
+    process.start(QStringLiteral(ORRERY_COMPONENTS_DRIVER), arguments);
+    process.waitForFinished(60000);
+    return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput())};
+}
+
+QProcessEnvironment cleanEnvironment() {
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const char* name : {"VEXIL_INSTALLINFO_FILE", "VEXIL_REFERRED_COMPONENT_FILE",
+                             "VEXIL_CR_UNQUOTE_STRATEGY_ENUM", "VEXIL_REGISTRY_FILE"}) {
+        environment.remove(QString::fromUtf8(name));
+    }
+    return environment;
+}
+
+using InstalledComponentsProcess = OrreryTest::TempDirTest;
+
+TEST_F(InstalledComponentsProcess, NativeSettingsLiveUnderXdgConfigHome) {
+    QProcessEnvironment environment = cleanEnvironment();
+    const QString config = path(QStringLiteral("xdg"));
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), config);
+    const QString expectedFile = QString(config + QStringLiteral("/Tolmarsk/Vexil.conf"));
+
+    DriverResult result =
+        runDriver({QStringLiteral("native-set"), QStringLiteral("Models"), QStringLiteral("2.1"),
+                   QStringLiteral("Location"), QStringLiteral("/opt/m")},
+                  environment);
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.out, QString(QStringLiteral("1 ") + expectedFile + QLatin1Char('\n')));
+    QFile file(expectedFile);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll(), QByteArray("[Models]\n2.1\\Location=/opt/m\n"));
+    file.close();
+
+    result = runDriver({QStringLiteral("native-get"), QStringLiteral("Models"),
+                        QStringLiteral("2.1"), QStringLiteral("Location")},
+                       environment);
+    EXPECT_EQ(result.out, QStringLiteral("[/opt/m]\n"));
+
+    result = runDriver(
+        {QStringLiteral("native-remove"), QStringLiteral("Models"), QStringLiteral("2.1")},
+        environment);
+    EXPECT_EQ(result.out, QStringLiteral("1\n"));
+    result = runDriver({QStringLiteral("native-get"), QStringLiteral("Models"),
+                        QStringLiteral("2.1"), QStringLiteral("Location")},
+                       environment);
+    EXPECT_EQ(result.out, QStringLiteral("[]\n"));
+}
+
+using ConcurrentWriters = OrreryTest::TempDirTest;
+
+TEST_F(ConcurrentWriters, EightProcessesLoseNoKey) {
+    constexpr int kProcesses = 8;
+    constexpr int kKeys = 200;
+    const QString store = path(QStringLiteral("store.ini"));
+    QProcessEnvironment environment = cleanEnvironment();
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), path(QStringLiteral("config")));
+    environment.insert(QStringLiteral("VEXIL_INSTALLINFO_FILE"), store);
+    environment.insert(QStringLiteral("VEXIL_REFERRED_COMPONENT_FILE"), store);
+
+    // Half of the writers use the installed-component operation, half the referred one;
+    // both name the same INI file.
+    std::vector<std::unique_ptr<QProcess>> writers;
+    for (int p = 0; p < kProcesses; ++p) {
+        auto process = std::make_unique<QProcess>();
+        process->setProcessEnvironment(environment);
+        process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        QStringList arguments;
+        if (p % 2 == 0) {
+            arguments << QStringLiteral("write-installed");
+        } else {
+            arguments << QStringLiteral("write-referred") << path(QStringLiteral("product"));
+        }
+        arguments << QString::number(p) << QString::number(kKeys);
+        process->start(QStringLiteral(ORRERY_COMPONENTS_DRIVER), arguments);
+        writers.push_back(std::move(process));
+    }
+    for (auto& process : writers) {
+        ASSERT_TRUE(process->waitForFinished(240000));
+        EXPECT_EQ(process->exitStatus(), QProcess::NormalExit);
+        EXPECT_EQ(process->exitCode(), 0);
+    }
+
+    QSettings settings(store, QSettings::IniFormat);
+    int found = 0;
+    for (int p = 0; p < kProcesses; ++p) {
+        for (int j = 0; j < kKeys; ++j) {
+            const QString key = QStringLiteral("Comp%1/p%2/K%3").arg(j % 4).arg(p).arg(j);
+            const QString value = settings.value(key).toString();
+            EXPECT_EQ(value, QStringLiteral("v%1.%2").arg(p).arg(j)) << key.toStdString();
+            found += value.isEmpty() ? 0 : 1;
+        }
+    }
+    EXPECT_EQ(found, kProcesses * kKeys);
+    EXPECT_EQ(settings.allKeys().size(), kProcesses * kKeys);
+}
+
+}  // namespace
