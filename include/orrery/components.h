@@ -21,6 +21,13 @@ namespace Orrery {
  * string; scanning resumes after the inserted value, so a value is never expanded at
  * the place it was inserted.
  *
+ * A reference text is expanded once: when it turns up again after its replacement (brought
+ * in by a value), it is left as it is, so values are never expanded recursively and a
+ * value that leads back to its own reference, directly or through other variables, does
+ * not make the expansion endless. An expansion also stops before a replacement that would
+ * make the text more than 16,777,216 (2^24) characters longer than @p text, and returns
+ * the text as it stands then, its remaining references unexpanded.
+ *
  * @return the expanded text. Never fails: a variable that is set nowhere expands to
  *         nothing, and text that is not a reference is kept as it is.
  */
