@@ -4,11 +4,14 @@
 // forward slash; the forms (by value, in place, C string) agree; an extension and what is
 // left without it make up the path; renaming to the same extension names the same path;
 // the collation is a total order that folds ASCII letters only; a path made relative to a
-// base resolves against that base to the same path.
+// base resolves against that base to the same path; the Qt-side folding of absolute paths
+// is idempotent.
 
 #include <orrery/filename.h>
 
 #include "../fuzz_check.h"
+
+#include <QStringList>
 
 #include <string>
 
@@ -103,6 +106,27 @@ void checkNormalised(const std::string& p) {
         } else {
             FUZZ_CHECK(climbing);
         }
+    }
+}
+
+// The Qt-side folding of absolute paths: "/" separators only, idempotent on an absolute
+// result, and either folded whole or (climbing above its root) returned as it was.
+void checkQtFolding(const std::string& p) {
+    const QString folded = Orrery::GetNormalizedAbsolutePath_unixSlashes(QString::fromStdString(p));
+    FUZZ_CHECK(!folded.contains(QLatin1Char('\\')));
+    // A drive is an ordinary entry, so "C:/../x" folds to the relative "x"; only an
+    // absolute result is folded again to itself.
+    const bool absolute =
+        folded.startsWith(QLatin1Char('/')) ||
+        (folded.size() >= 3 && folded.at(0).unicode() < 0x80 && folded.at(0).isLetter() &&
+         folded.at(1) == QLatin1Char(':') && folded.at(2) == QLatin1Char('/'));
+    if (absolute) {
+        FUZZ_CHECK_EQ(Orrery::GetNormalizedAbsolutePath_unixSlashes(folded), folded);
+    }
+    const QStringList entries = folded.split(QLatin1Char('/'), Qt::SkipEmptyParts);
+    if (entries.contains(QStringLiteral("..")) || entries.contains(QStringLiteral("."))) {
+        // Returned unfolded: some ".." climbs above the root.
+        FUZZ_CHECK(entries.contains(QStringLiteral("..")));
     }
 }
 
@@ -211,6 +235,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string b = parts.size() > 1 ? parts.at(1) : std::string();
     checkNormalised(a);
     checkSplitting(a);
+    checkQtFolding(a);
     if (parts.size() > 1) {
         checkNormalised(b);
         checkSplitting(b);

@@ -150,24 +150,24 @@ bool isNameChar(uint c) {
            (c >= 0x300 && c <= 0x36F) || (c >= 0x203F && c <= 0x2040);
 }
 
-// Whether a qualified name is an XML name.
-bool isXmlName(const QStringRef& name) {
+// Whether a local name (the part after a namespace prefix) is an XML name without colon.
+bool isLocalName(const QStringRef& name) {
     const QVector<uint> characters = name.toUcs4();
-    if (characters.isEmpty() || !isNameStartChar(characters.first())) {
-        return false;
-    }
-    return std::all_of(characters.cbegin() + 1, characters.cend(), isNameChar);
+    const auto nameChar = [](uint c) { return c != ':' && isNameChar(c); };
+    return !characters.isEmpty() && characters.first() != ':' &&
+           isNameStartChar(characters.first()) &&
+           std::all_of(characters.cbegin() + 1, characters.cend(), nameChar);
 }
 
 // Qt's reader checks element names but not the characters of attribute names; a
-// document with, say, a control character in one would read, and then be written back
-// as a document that no longer reads. The reader is put in error instead, as for any
-// other malformed document.
+// document with, say, a control character in one, or a local name that starts with a
+// digit, would read, and then be written back as a document that no longer reads. The
+// reader is put in error instead, as for any other malformed document.
 void takeStartTag(XMLElement& element, QXmlStreamReader& reader, NameCache& names) {
     element.SetName(names.get(reader.name()));
     const QXmlStreamAttributes attributes = reader.attributes();
     for (const QXmlStreamAttribute& attribute : attributes) {
-        if (!isXmlName(attribute.qualifiedName())) {
+        if (!isLocalName(attribute.name())) {
             reader.raiseError(QStringLiteral("Invalid XML name."));
             return;
         }
