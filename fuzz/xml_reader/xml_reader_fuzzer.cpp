@@ -2,8 +2,8 @@
 // XMLElement::FromXMLStream on arbitrary bytes. Invariants: a failed read reports -4 with
 // the reader in error; a document that reads is written with ToXMLStream and reads back to
 // the same tree (names, attributes, contents and children, up to the line-end
-// normalisation of every XML reader); writing that tree again gives the same bytes;
-// Clear() leaves an empty element.
+// normalisation of every XML reader and the skipping of white space); from the first
+// rewrite on, reading and writing gives the same bytes; Clear() leaves an empty element.
 
 #include <orrery/xmlelement.h>
 
@@ -20,13 +20,20 @@ namespace {
 
 using Orrery::XMLElement;
 
-// Line ends are normalised by every XML reader: a carriage return that the writer puts
-// out raw in character data comes back as a line feed.
+// What a written content reads back as. Line ends are normalised by every XML reader: a
+// carriage return that the writer puts out raw in character data comes back as a line
+// feed. A content of white space only (which the reader gives as such only when it came
+// from character references) is skipped on reading, like all white space between elements.
 QString readBackContent(const QString& content) {
     QString text = content;
     text.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
     text.replace(QLatin1Char('\r'), QLatin1Char('\n'));
-    return text;
+    for (const QChar c : qAsConst(text)) {
+        if (c != QLatin1Char(' ') && c != QLatin1Char('\t') && c != QLatin1Char('\n')) {
+            return text;
+        }
+    }
+    return QString();
 }
 
 void checkSameTree(const XMLElement& original, const XMLElement& reread) {
@@ -79,8 +86,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     QXmlStreamReader rereader(written);
     FUZZ_CHECK(reread.FromXMLStream(rereader) == Orrery::RESULT_OK);
     checkSameTree(root, reread);
-    if (!written.contains('\r')) {
-        FUZZ_CHECK(write(reread) == written);
-    }
+    // From the first rewrite on, reading and writing is a fixed point.
+    const QByteArray rewritten = write(reread);
+    XMLElement third;
+    QXmlStreamReader thirdReader(rewritten);
+    FUZZ_CHECK(third.FromXMLStream(thirdReader) == Orrery::RESULT_OK);
+    FUZZ_CHECK(write(third) == rewritten);
     return 0;
 }
