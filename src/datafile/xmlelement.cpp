@@ -7,9 +7,11 @@
 
 #include <QFile>
 #include <QSaveFile>
+#include <QVector>
 #include <QXmlStreamReader>
 #include <QXmlStreamWriter>
 
+#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -133,10 +135,42 @@ private:
     std::size_t next_ = 0;
 };
 
-void takeStartTag(XMLElement& element, const QXmlStreamReader& reader, NameCache& names) {
+bool isNameStartChar(uint c) {
+    return c == ':' || c == '_' || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
+           (c >= 0xC0 && c <= 0xD6) || (c >= 0xD8 && c <= 0xF6) || (c >= 0xF8 && c <= 0x2FF) ||
+           (c >= 0x370 && c <= 0x37D) || (c >= 0x37F && c <= 0x1FFF) ||
+           (c >= 0x200C && c <= 0x200D) || (c >= 0x2070 && c <= 0x218F) ||
+           (c >= 0x2C00 && c <= 0x2FEF) || (c >= 0x3001 && c <= 0xD7FF) ||
+           (c >= 0xF900 && c <= 0xFDCF) || (c >= 0xFDF0 && c <= 0xFFFD) ||
+           (c >= 0x10000 && c <= 0xEFFFF);
+}
+
+bool isNameChar(uint c) {
+    return isNameStartChar(c) || c == '-' || c == '.' || (c >= '0' && c <= '9') || c == 0xB7 ||
+           (c >= 0x300 && c <= 0x36F) || (c >= 0x203F && c <= 0x2040);
+}
+
+// Whether a local name (the part after a namespace prefix) is an XML name without colon.
+bool isLocalName(const QStringRef& name) {
+    const QVector<uint> characters = name.toUcs4();
+    const auto nameChar = [](uint c) { return c != ':' && isNameChar(c); };
+    return !characters.isEmpty() && characters.first() != ':' &&
+           isNameStartChar(characters.first()) &&
+           std::all_of(characters.cbegin() + 1, characters.cend(), nameChar);
+}
+
+// Qt's reader checks element names but not the characters of attribute names; a
+// document with, say, a control character in one, or a local name that starts with a
+// digit, would read, and then be written back as a document that no longer reads. The
+// reader is put in error instead, as for any other malformed document.
+void takeStartTag(XMLElement& element, QXmlStreamReader& reader, NameCache& names) {
     element.SetName(names.get(reader.name()));
     const QXmlStreamAttributes attributes = reader.attributes();
     for (const QXmlStreamAttribute& attribute : attributes) {
+        if (!isLocalName(attribute.name())) {
+            reader.raiseError(QStringLiteral("Invalid XML name."));
+            return;
+        }
         element.SetAttribute(names.get(attribute.name()), attribute.value().toString());
     }
 }

@@ -69,15 +69,21 @@ QString GetNormalizedAbsolutePath_unixSlashes(const QString& path) {
 
     QStringList parts = absolute.mid(prefixLength).split(QLatin1Char('/'), Qt::SkipEmptyParts);
     parts.removeAll(QStringLiteral("."));
+    // Each ".." takes away the nearest entry before it that is still there: one pass
+    // from the left, so that a long path folds in linear time.
     const QString parent = QStringLiteral("..");
-    for (int i = parts.indexOf(parent); i >= 0; i = parts.indexOf(parent)) {
-        if (i == 0) {
+    QStringList kept;
+    kept.reserve(parts.size());
+    for (const QString& part : qAsConst(parts)) {
+        if (part != parent) {
+            kept.append(part);
+        } else if (kept.isEmpty()) {
             return absolute;  // climbs above its root: returned unfolded
+        } else {
+            kept.removeLast();
         }
-        parts.removeAt(i);
-        parts.removeAt(i - 1);
     }
-    QString result = prefix + parts.join(QLatin1Char('/'));
+    QString result = prefix + kept.join(QLatin1Char('/'));
     if (trailingSlash) {
         result += QLatin1Char('/');
     }

@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: MIT
+// Inputs that the fuzz targets found, reduced to what made them fail, and what the library
+// does with them now.
+#include <orrery/components.h>
+#include <orrery/xmlelement.h>
+
+#include "expandvars_reference.h"
+#include "limits.h"
+#include "testutil.h"
+
+#include <gtest/gtest.h>
+
+#include <QXmlStreamReader>
+#include <QXmlStreamWriter>
+
+using Orrery::XMLElement;
+
+namespace {
+
+Orrery::ERESULT read(XMLElement& root, const QByteArray& document) {
+    QXmlStreamReader reader(document);
+    return root.FromXMLStream(reader);
+}
+
+QByteArray write(const XMLElement& root) {
+    QByteArray bytes;
+    QXmlStreamWriter writer(&bytes);
+    root.ToXMLStream(writer);
+    return bytes;
+}
+
+struct NameRow {
+    const char* document;
+};
+
+class XMLElementAttributeNames : public ::testing::TestWithParam<NameRow> {};
+
+}  // namespace
+
+// Qt's reader lets these attribute names through; written back without their namespace
+// prefix they would make a document that no longer reads. They are malformed on reading.
+TEST_P(XMLElementAttributeNames, AttributeNameThatIsNoXmlNameIsMalformed) {
+    XMLElement root;
+    EXPECT_EQ(read(root, QByteArray(GetParam().document)), Orrery::RESULT_INVALID_ARGUMENT);
+    // What was read before the error stays: the element, without the attributes.
+    EXPECT_EQ(root.GetName(), QStringLiteral("r"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Rejected, XMLElementAttributeNames,
+                         ::testing::Values(NameRow{"<r a\x01=\"1\"/>"},
+                                           NameRow{"<r xml\x01=\"1\" b=\"2\"/>"},
+                                           NameRow{"<r xmlns:p=\"urn:x\" p:2a=\"1\"/>"},
+                                           NameRow{"<r xmlns:p=\"urn:x\" p:-a=\"1\"/>"},
+                                           NameRow{"<r xmlns:p=\"urn:x\" p:\x01=\"1\"/>"}));
+
+TEST(XMLElementAttributeNames, NulInAnAttributeNameIsMalformed) {
+    XMLElement root;
+    EXPECT_EQ(read(root, QByteArray("<r xml\x01\x00=\"urn:d\" b=\"2\"/>", 24)),
+              Orrery::RESULT_INVALID_ARGUMENT);
+}
+
+TEST(XMLElementAttributeNames, NamespacedAndNonAsciiAttributeNamesStillRead) {
+    XMLElement root;
+    ASSERT_EQ(read(root, QByteArray("<r xmlns:p=\"urn:x\" p:a-1.b=\"1\" \xc3\xa9t\xc3\xa9=\"2\" "
+                                    "_x=\"3\" xml:lang=\"en\"/>")),
+              Orrery::RESULT_OK);
+    EXPECT_EQ(root.GetAttributes().keys(),
+              (QStringList{QStringLiteral("_x"), QStringLiteral("a-1.b"), QStringLiteral("lang"),
+                           QString::fromUtf8("\xc3\xa9t\xc3\xa9")}));
+    // Written without prefixes, the document reads back to the same attributes.
+    XMLElement again;
+    ASSERT_EQ(read(again, write(root)), Orrery::RESULT_OK);
+    EXPECT_EQ(again.GetAttributes(), root.GetAttributes());
+}
+
+class ExpandVarsFindings : public OrreryTest::TempDirTest {
+protected:
+    void SetUp() override {
+        OrreryTest::TempDirTest::SetUp();
+        env().unset("VEXIL_REGISTRY_FILE");
+    }
+};
+
+TEST_F(ExpandVarsFindings, ValueHoldingItsReferenceAmongOtherTextEnds) {
+    // Each step replaces both copies again, growing the text by a few characters while
+    // the scan moves on; the expansion still ends, with the result of the step rule.
+    env().set("ORT_FZA", "F$ORT_FZA}");
+    const QString text = QStringLiteral("$ORT_FZA*$ORT_FZA");
+    EXPECT_EQ(Orrery::ExpandVars(text), OrreryTest::literalExpandVars(text).value());
+}
