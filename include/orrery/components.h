@@ -21,7 +21,8 @@ namespace Orrery {
  * string; scanning resumes after the inserted value, so a value is never expanded at
  * the place it was inserted. A value that brings its own reference back (A set to
  * "$A$A") would grow the text without end; once the expansion would add more than
- * 16 Mi characters it stops, leaving the rest of the text unexpanded.
+ * 16 Mi characters, or has taken 8,192 replacement steps more than the text has '%' and
+ * '$' characters, it stops, leaving the rest of the text unexpanded.
  *
  * @return the expanded text. Never fails: a variable that is set nowhere expands to
  *         nothing, and text that is not a reference is kept as it is.

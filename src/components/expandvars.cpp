@@ -46,6 +46,8 @@ const QLatin1String kDecorationPattern("[%\\$\\(\\)\\{\\}]");
 
 // The most characters an expansion may add to its text (16 Mi).
 constexpr qint64 kGrowthLimit = qint64(1) << 24;
+// The most replacement steps an expansion takes beyond one per '%' or '$' of its text.
+constexpr qint64 kExtraSteps = qint64(1) << 13;
 
 bool isSign(QChar c) {
     return c == QLatin1Char('%') || c == QLatin1Char('$');
@@ -109,8 +111,12 @@ public:
     QString run() {
         qint64 pos = 0;
         QString token;
+        // Values that bring their own reference back can also grow the text slowly, a few
+        // characters per step, for a very long time; the number of steps is bounded too.
+        qint64 steps =
+            original_.count(QLatin1Char('%')) + original_.count(QLatin1Char('$')) + kExtraSteps;
         Piece* match = findMatch(Position{head_.next, 0}, 0, &pos, &token);
-        while (match != nullptr) {
+        while (match != nullptr && steps-- > 0) {
             const Value& value = valueOf(token);
             Position resume{&tail_, 0};
             const bool inRange = replaceAll(match, token, value, &resume);
