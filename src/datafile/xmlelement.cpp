@@ -7,11 +7,9 @@
 
 #include <QFile>
 #include <QSaveFile>
-#include <QVector>
 #include <QXmlStreamReader>
 #include <QXmlStreamWriter>
 
-#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -151,12 +149,26 @@ bool isNameChar(uint c) {
 }
 
 // Whether a local name (the part after a namespace prefix) is an XML name without colon.
+// Walks the UTF-16 units in place; a surrogate pair is taken as one character.
 bool isLocalName(const QStringRef& name) {
-    const QVector<uint> characters = name.toUcs4();
-    const auto nameChar = [](uint c) { return c != ':' && isNameChar(c); };
-    return !characters.isEmpty() && characters.first() != ':' &&
-           isNameStartChar(characters.first()) &&
-           std::all_of(characters.cbegin() + 1, characters.cend(), nameChar);
+    const QChar* chars = name.unicode();
+    const int size = name.size();
+    if (size == 0) {
+        return false;
+    }
+    for (int i = 0; i < size; ++i) {
+        const bool first = i == 0;
+        uint c = chars[i].unicode();
+        if (QChar::isHighSurrogate(c) && i + 1 < size && chars[i + 1].isLowSurrogate()) {
+            c = QChar::surrogateToUcs4(chars[i], chars[i + 1]);
+            ++i;
+        }
+        const bool ok = c != ':' && (first ? isNameStartChar(c) : isNameChar(c));
+        if (!ok) {
+            return false;
+        }
+    }
+    return true;
 }
 
 // Qt's reader checks element names but not the characters of attribute names; a
