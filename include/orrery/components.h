@@ -144,7 +144,7 @@ ORRERY_EXPORT QString CreateComponentMemberSpecification(const QString& componen
  * Text before "&{" that ends with ":" is the prefix. Without "&{", text up to the first
  * ":" is the prefix, unless it is a single character and the directory part of @p spec
  * exists, in which case @p spec is taken as a path with a drive letter.
- * Every output is assigned. A malformed specification yields an empty component and
+ * Every output is assigned. A malformed member specification yields an empty component and
  * qualifier with the remaining text as @p member; nothing is reported.
  */
 ORRERY_EXPORT void ParseComponentMemberSpecification(const QString& spec, QString& component,
