@@ -11,6 +11,11 @@ struct VersionRow {
     unsigned int major, minor, patch;
 };
 
+// A row prints as its text; printed as raw bytes, its padding would be read uninitialised.
+void PrintTo(const VersionRow& row, std::ostream* out) {
+    *out << '"' << row.text << '"';
+}
+
 class SemanticVerParse : public ::testing::TestWithParam<VersionRow> {};
 
 TEST_P(SemanticVerParse, ParsesOrRejects) {

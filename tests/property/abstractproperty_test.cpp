@@ -175,6 +175,11 @@ struct NameCase {
     ERESULT expected;
 };
 
+// A row prints as its name; printed as raw bytes, its padding would be read uninitialised.
+void PrintTo(const NameCase& row, std::ostream* out) {
+    *out << '"' << row.name << '"';
+}
+
 class SetNameRule : public ::testing::TestWithParam<NameCase> {};
 
 TEST_P(SetNameRule, ChecksTheName) {

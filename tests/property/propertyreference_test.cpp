@@ -218,6 +218,11 @@ struct FullPathCase {
     bool warns;
 };
 
+// A row prints as its path; printed as raw bytes, its padding would be read uninitialised.
+void PrintTo(const FullPathCase& row, std::ostream* out) {
+    *out << '"' << row.path << '"';
+}
+
 class FullPathToReference : public ::testing::TestWithParam<FullPathCase> {};
 
 TEST_P(FullPathToReference, ExpandsRelativePaths) {

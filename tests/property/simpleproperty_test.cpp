@@ -344,6 +344,11 @@ struct MessageCase {
     std::string expected;
 };
 
+// A row prints as its label; printed as raw bytes, its padding would be read uninitialised.
+void PrintTo(const MessageCase& row, std::ostream* out) {
+    *out << '"' << row.label << '"';
+}
+
 class ConversionMessage : public ::testing::TestWithParam<MessageCase> {};
 
 TEST_P(ConversionMessage, NamesSourceSizeAndTarget) {

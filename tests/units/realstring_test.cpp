@@ -262,6 +262,11 @@ struct AsRealRow {
     bool ok;
 };
 
+// A row prints as its text; printed as raw bytes, its padding would be read uninitialised.
+void PrintTo(const AsRealRow& row, std::ostream* out) {
+    *out << '"' << row.text << '"';
+}
+
 class RealStringAsReal : public ::testing::TestWithParam<AsRealRow> {};
 
 TEST_P(RealStringAsReal, ConvertsToBaseUnits) {

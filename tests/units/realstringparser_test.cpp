@@ -71,6 +71,11 @@ struct TokenRow {
     const char* units;
 };
 
+// A row prints as its text; printed as raw bytes, its padding would be read uninitialised.
+void PrintTo(const TokenRow& row, std::ostream* out) {
+    *out << '"' << row.text << '"';
+}
+
 class RealStringParserTokenizer : public ::testing::TestWithParam<TokenRow> {};
 
 TEST_P(RealStringParserTokenizer, SplitsDigitsExponentScaleAndUnits) {
@@ -119,6 +124,11 @@ struct StateRow {
     const char* text;
     RealStringParser::State state;
 };
+
+// A row prints as its text; printed as raw bytes, its padding would be read uninitialised.
+void PrintTo(const StateRow& row, std::ostream* out) {
+    *out << '"' << row.text << '"';
+}
 
 class RealStringParserStates : public ::testing::TestWithParam<StateRow> {};
 

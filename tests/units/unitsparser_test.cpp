@@ -249,6 +249,12 @@ struct PrefixRow {
     double factor;
 };
 
+// A row prints as its character; printed as raw bytes, its padding would be read
+// uninitialised.
+void PrintTo(const PrefixRow& row, std::ostream* out) {
+    *out << "'" << row.character << "'";
+}
+
 class UnitsParserPrefixTable : public ::testing::TestWithParam<PrefixRow> {};
 
 TEST_P(UnitsParserPrefixTable, CharacterExponentTextAndFactorAgree) {
@@ -380,6 +386,11 @@ struct ValidityRow {
     const char* units;
     bool valid;
 };
+
+// A row prints as its units; printed as raw bytes, its padding would be read uninitialised.
+void PrintTo(const ValidityRow& row, std::ostream* out) {
+    *out << '"' << row.units << '"';
+}
 
 class UnitsParserValidity : public ::testing::TestWithParam<ValidityRow> {};
 
