@@ -47,7 +47,7 @@ if [ "$build" = 1 ]; then
     CC=clang CXX=clang++ cmake -S "$root" -B "$build_dir" -G Ninja \
         -DCMAKE_BUILD_TYPE=RelWithDebInfo \
         -DORRERY_BUILD_FUZZERS=ON -DORRERY_SANITIZE=ON \
-        -DORRERY_BUILD_TESTS=OFF -DORRERY_BUILD_TOOLS=OFF -DORRERY_BUILD_EXAMPLES=OFF >/dev/null
+        -DORRERY_BUILD_TESTS=OFF -DORRERY_BUILD_TOOLS=ON -DORRERY_BUILD_EXAMPLES=OFF >/dev/null
     cmake --build "$build_dir" -j "$(nproc)" --target orrery_fuzzers
 fi
 [ "$run" = 1 ] || exit 0

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "treecompare.h"
+#include "treediff.h"
 
 #include <QList>
 
@@ -7,6 +7,7 @@
 #include <complex>
 #include <cstdint>
 #include <cstring>
+#include <sstream>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -103,21 +104,22 @@ bool sameElementsOfCode(const KVariant& a, const KVariant& b) {
 
 }  // namespace
 
-::testing::AssertionResult sameValue(const KVariant& a, const KVariant& b) {
+std::string valueDifference(const KVariant& a, const KVariant& b) {
     if (a.typeCode() != b.typeCode() || a.isScalar() != b.isScalar() ||
         a.dimensions() != b.dimensions() || a.size() != b.size()) {
-        return ::testing::AssertionFailure()
-               << "type 0x" << std::hex << a.typeCode() << " / 0x" << b.typeCode() << std::dec
-               << ", scalar " << a.isScalar() << " / " << b.isScalar() << ", size " << a.size()
-               << " / " << b.size();
+        std::ostringstream why;
+        why << "type 0x" << std::hex << a.typeCode() << " / 0x" << b.typeCode() << std::dec
+            << ", scalar " << a.isScalar() << " / " << b.isScalar() << ", size " << a.size()
+            << " / " << b.size();
+        return why.str();
     }
     if (!sameElementsOfCode(a, b)) {
-        return ::testing::AssertionFailure() << "the elements differ";
+        return "the elements differ";
     }
-    return ::testing::AssertionSuccess();
+    return std::string();
 }
 
-::testing::AssertionResult sameTree(AbstractProperty* a, AbstractProperty* b) {
+std::string treeDifference(AbstractProperty* a, AbstractProperty* b) {
     std::vector<std::pair<AbstractProperty*, AbstractProperty*>> pending{{a, b}};
     QList<AbstractProperty*> childrenA;
     QList<AbstractProperty*> childrenB;
@@ -128,48 +130,50 @@ bool sameElementsOfCode(const KVariant& a, const KVariant& b) {
         if (x->GetName() != y->GetName() || x->PropertyObjType() != y->PropertyObjType() ||
             x->GetTypeFlags() != y->GetTypeFlags() ||
             x->GetPropertyFlags() != y->GetPropertyFlags()) {
-            return ::testing::AssertionFailure()
-                   << where << ": name, type or flags differ (" << y->GetFullPath().toStdString()
-                   << ", " << y->PropertyObjType().toStdString() << ", flags "
-                   << x->GetPropertyFlags() << " / " << y->GetPropertyFlags() << ")";
+            std::ostringstream why;
+            why << where << ": name, type or flags differ (" << y->GetFullPath().toStdString()
+                << ", " << y->PropertyObjType().toStdString() << ", flags " << x->GetPropertyFlags()
+                << " / " << y->GetPropertyFlags() << ")";
+            return why.str();
         }
         if (auto* simpleX = dynamic_cast<SimpleProperty*>(x)) {
             auto* simpleY = dynamic_cast<SimpleProperty*>(y);
             if (simpleY == nullptr) {
-                return ::testing::AssertionFailure() << where << ": not a simple property";
+                return where + ": not a simple property";
             }
-            const ::testing::AssertionResult values =
-                sameValue(simpleX->GetValue(), simpleY->GetValue());
-            if (!values) {
-                return ::testing::AssertionFailure() << where << ": " << values.message();
+            const std::string values = valueDifference(simpleX->GetValue(), simpleY->GetValue());
+            if (!values.empty()) {
+                return where + ": " + values;
             }
             if (simpleX->GetValueIsCellArray() != simpleY->GetValueIsCellArray()) {
-                return ::testing::AssertionFailure() << where << ": the cell markers differ";
+                return where + ": the cell markers differ";
             }
         } else if (auto* refX = dynamic_cast<PropertyReference*>(x)) {
             auto* refY = dynamic_cast<PropertyReference*>(y);
             if (refY == nullptr || refX->ReferencePath() != refY->ReferencePath() ||
                 refX->ReferenceFilePath() != refY->ReferenceFilePath() ||
                 refX->ReferenceFileType() != refY->ReferenceFileType()) {
-                return ::testing::AssertionFailure() << where << ": the references differ";
+                return where + ": the references differ";
             }
         } else if (auto* objectX = dynamic_cast<PropertyObject*>(x)) {
             auto* objectY = dynamic_cast<PropertyObject*>(y);
             if (objectY == nullptr) {
-                return ::testing::AssertionFailure() << where << ": not a container";
+                return where + ": not a container";
             }
             objectX->GetPropertyList(&childrenA);
             objectY->GetPropertyList(&childrenB);
             if (childrenA.size() != childrenB.size()) {
-                return ::testing::AssertionFailure() << where << ": " << childrenA.size() << " / "
-                                                     << childrenB.size() << " children";
+                std::ostringstream why;
+                why << where << ": " << childrenA.size() << " / " << childrenB.size()
+                    << " children";
+                return why.str();
             }
             for (int i = 0; i < childrenA.size(); ++i) {
                 pending.emplace_back(childrenA.at(i), childrenB.at(i));
             }
         }
     }
-    return ::testing::AssertionSuccess();
+    return std::string();
 }
 
 }  // namespace OrreryToolTest
