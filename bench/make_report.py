@@ -78,18 +78,27 @@ UNIT_NS = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}
 def load(results_dir):
     times = {}
     context = {}
+    dates = []
+    loads = []
     for name in sorted(os.listdir(results_dir)):
         if not name.endswith(".json"):
             continue
         with open(os.path.join(results_dir, name), encoding="utf-8") as handle:
             data = json.load(handle)
         context = context or data.get("context", {})
+        if "date" in data.get("context", {}):
+            dates.append(data["context"]["date"])
+        if "load_avg" in data.get("context", {}):
+            loads.append(data["context"]["load_avg"][0])
         for bench in data.get("benchmarks", []):
             if bench.get("run_type", "iteration") != "iteration" or bench.get("error_occurred"):
                 continue
             key = bench["name"].split("/")[0] if "/" in bench["name"] and \
                 not bench["name"].split("/")[1].isdigit() else bench["name"]
             times[key] = bench["cpu_time"] * UNIT_NS[bench.get("time_unit", "ns")]
+    # Each executable records when it started and the load average then.
+    context["run_dates"] = sorted(dates)
+    context["run_loads"] = loads
     return times, context
 
 
@@ -101,6 +110,22 @@ def fmt(ns):
     if ns >= 1e3:
         return "%.1f us" % (ns / 1e3)
     return "%.0f ns" % ns
+
+
+# Where the profile of a missed target is explained: the README of the row's subsystem,
+# by the workload's prefix. Its paragraphs that start with "Why" go into the report.
+PROFILE_NOTES = {"XML": "datafile", "Property tree": "property", "Numbers": "units",
+                 "File names": "filename", "ExpandVars": "components"}
+
+
+def profile_notes(subsystem):
+    path = os.path.join(os.path.dirname(os.path.abspath(__file__)), subsystem, "README.md")
+    try:
+        with open(path, encoding="utf-8") as handle:
+            paragraphs = handle.read().split("\n\n")
+    except OSError:
+        return []
+    return [" ".join(p.split()) for p in paragraphs if p.startswith("Why")]
 
 
 def cpu_model():
@@ -121,15 +146,22 @@ def main():
     out.append("")
     out.append("Written by `scripts/run-benchmarks.sh` from one run of every benchmark; do not edit.")
     out.append("")
-    out.append("- Date: %s" % datetime.datetime.now(datetime.timezone.utc).strftime("%Y-%m-%d %H:%M UTC"))
+    if context["run_dates"]:
+        out.append("- Date: run started %s" % context["run_dates"][0])
+    else:
+        out.append("- Date: %s (report written)" % datetime.datetime.now(
+            datetime.timezone.utc).strftime("%Y-%m-%d %H:%M UTC"))
     out.append("- CPU: %s, %s cores" % (cpu_model(), context.get("num_cpus", os.cpu_count())))
-    load_avg = os.getloadavg()
-    out.append("- Load average at the end of the run: %.2f %.2f %.2f" % load_avg)
+    if context["run_loads"]:
+        out.append("- One-minute load average as each benchmark executable started: %s "
+                   "(the benchmarks themselves keep one core busy)"
+                   % ", ".join("%.2f" % load for load in context["run_loads"]))
     out.append("- Times are CPU time per benchmark pass (Google Benchmark), Release build.")
     out.append("")
     out.append("| workload | ours | peers (same run) | ratio ours/peer | target | met |")
     out.append("|---|---|---|---|---|---|")
     missing = []
+    missed = []
     for workload, ours_name, peers, target, check in ROWS:
         if ours_name not in times:
             missing.append(ours_name)
@@ -151,6 +183,8 @@ def main():
             met = "not measured"
         else:
             met = "yes" if check(ours, peer_times) else "**no**"
+            if met != "yes":
+                missed.append(workload)
         out.append("| %s | %s | %s | %s | %s | %s |" % (
             workload, fmt(ours), "<br>".join(peer_cells), "<br>".join(ratio_cells), target, met))
     out.append("")
@@ -178,7 +212,23 @@ def main():
     if missing:
         out.append("Not measured in this run: %s." % ", ".join(sorted(set(missing))))
         out.append("")
-    out.append("Where a target is missed, bench/<subsystem>/README.md gives the profile and what remains.")
+    if missed:
+        out.append("## Missed targets")
+        out.append("")
+        out.append("Missed in this run: %s." % "; ".join(missed))
+        out.append("")
+        subsystems = []
+        for workload in missed:
+            subsystem = PROFILE_NOTES.get(workload.split(":")[0])
+            if subsystem and subsystem not in subsystems:
+                subsystems.append(subsystem)
+        for subsystem in subsystems:
+            notes = profile_notes(subsystem)
+            out.append("From bench/%s/README.md, which gives the measured profile:" % subsystem)
+            out.append("")
+            for note in notes or ["(no explanation written yet)"]:
+                out.append("> " + note)
+                out.append("")
     print("\n".join(out))
 
 
