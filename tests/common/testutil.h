@@ -12,15 +12,28 @@
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
+#include <QThread>
 #include <QtGlobal>
 
 #include <cstdlib>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace OrreryTest {
+
+/// Runs @p work on a thread with a stack of @p stackBytes and waits for it. The deep-tree
+/// tests use stacks far too small for a recursion per level of their trees.
+template <class F>
+void runOnSmallStack(F work, uint stackBytes = 256 * 1024) {
+    std::unique_ptr<QThread> thread(QThread::create(std::move(work)));
+    thread->setStackSize(stackBytes);
+    thread->start();
+    thread->wait();
+}
 
 /// Sets or unsets environment variables and restores their old values on destruction.
 class ScopedEnv {

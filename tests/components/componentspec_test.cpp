@@ -2,7 +2,7 @@
 #include <orrery/components.h>
 
 #include "components_fixture.h"
-#include "qstring_printer.h"
+#include "qtprinters.h"
 #include "stderr_capture.h"
 #include "testutil.h"
 

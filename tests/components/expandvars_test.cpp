@@ -2,7 +2,7 @@
 #include <orrery/components.h>
 
 #include "expandvars_reference.h"
-#include "qstring_printer.h"
+#include "qtprinters.h"
 #include "testutil.h"
 
 #include <ostream>

@@ -595,6 +595,7 @@ TEST(PropertyObject, ResultsAreNeverPositiveNorMinusTwo) {
 namespace {
 
 constexpr int kDepth = 100000;
+constexpr uint kStackBytes = 1024 * 1024;
 
 QString levelName(int level) {
     return level == 0 ? S("root") : QString(S("c") + QString::number(level));
@@ -635,15 +636,17 @@ TEST(PropertyObject, DeepChainHasFullPathsAndResolves) {
     for (int level = 1; level < kDepth; ++level) {
         expected += QString(QLatin1Char('/') + levelName(level));
     }
-    PropertyTest::runOnSmallStack([&] {
-        PropertyObject* deepest = nullptr;
-        std::unique_ptr<PropertyObject> root(buildChain(nullptr, &deepest));
-        fullPath = deepest->GetFullPath();
-        resolvedAbsolute = root->ResolvePath(fullPath) == deepest;
-        resolvedRelative = root->ResolvePath(fullPath.mid(1)) == deepest;
-        rootFound =
-            deepest->GetRootProperty() == root.get() && deepest->ResolvePath(S("/")) == root.get();
-    });
+    OrreryTest::runOnSmallStack(
+        [&] {
+            PropertyObject* deepest = nullptr;
+            std::unique_ptr<PropertyObject> root(buildChain(nullptr, &deepest));
+            fullPath = deepest->GetFullPath();
+            resolvedAbsolute = root->ResolvePath(fullPath) == deepest;
+            resolvedRelative = root->ResolvePath(fullPath.mid(1)) == deepest;
+            rootFound = deepest->GetRootProperty() == root.get() &&
+                        deepest->ResolvePath(S("/")) == root.get();
+        },
+        kStackBytes);
     EXPECT_EQ(fullPath, expected);
     EXPECT_TRUE(resolvedAbsolute);
     EXPECT_TRUE(resolvedRelative);
@@ -652,22 +655,26 @@ TEST(PropertyObject, DeepChainHasFullPathsAndResolves) {
 
 TEST(PropertyObject, DeepChainIsDestroyedTopDownWithoutDeepRecursion) {
     Journal journal;
-    PropertyTest::runOnSmallStack([&] {
-        PropertyObject* deepest = nullptr;
-        delete buildChain(&journal, &deepest);
-    });
+    OrreryTest::runOnSmallStack(
+        [&] {
+            PropertyObject* deepest = nullptr;
+            delete buildChain(&journal, &deepest);
+        },
+        kStackBytes);
     EXPECT_EQ(journal.events, expectedLevels(S("~")));
 }
 
 TEST(PropertyObject, DeepChainIsClearedByDeleteProperties) {
     Journal journal;
     int remaining = -1;
-    PropertyTest::runOnSmallStack([&] {
-        PropertyObject* deepest = nullptr;
-        std::unique_ptr<PropertyObject> root(buildChain(&journal, &deepest));
-        root->DeleteProperties();
-        remaining = root->GetPropertyCount();
-    });
+    OrreryTest::runOnSmallStack(
+        [&] {
+            PropertyObject* deepest = nullptr;
+            std::unique_ptr<PropertyObject> root(buildChain(&journal, &deepest));
+            root->DeleteProperties();
+            remaining = root->GetPropertyCount();
+        },
+        kStackBytes);
     EXPECT_EQ(remaining, 0);
     // The children go first, top down; the root itself when the test drops it.
     QStringList expected = expectedLevels(S("~")).mid(1);
@@ -678,14 +685,16 @@ TEST(PropertyObject, DeepChainIsClearedByDeleteProperties) {
 TEST(PropertyObject, DeepChainCanBeCutInTheMiddle) {
     Journal journal;
     int countAbove = -1;
-    PropertyTest::runOnSmallStack([&] {
-        PropertyObject* deepest = nullptr;
-        std::unique_ptr<PropertyObject> root(buildChain(&journal, &deepest));
-        AbstractProperty* middle = root->ResolvePath(S("c1/c2/c3"));
-        PropertyObject* above = middle->GetParent();
-        delete middle;
-        countAbove = above->GetPropertyCount();
-    });
+    OrreryTest::runOnSmallStack(
+        [&] {
+            PropertyObject* deepest = nullptr;
+            std::unique_ptr<PropertyObject> root(buildChain(&journal, &deepest));
+            AbstractProperty* middle = root->ResolvePath(S("c1/c2/c3"));
+            PropertyObject* above = middle->GetParent();
+            delete middle;
+            countAbove = above->GetPropertyCount();
+        },
+        kStackBytes);
     EXPECT_EQ(countAbove, 0);
     ASSERT_EQ(journal.events.size(), kDepth);
     EXPECT_EQ(journal.events.at(0), S("~ c3"));
@@ -700,35 +709,37 @@ TEST(PropertyObject, DeepChainIsClonedTopDownWithoutDeepRecursion) {
     bool distinct = true;
     QStringList cloneEvents;
     QString deepestPath;
-    PropertyTest::runOnSmallStack([&] {
-        PropertyObject* deepest = nullptr;
-        std::unique_ptr<PropertyObject> root(buildChain(&journal, &deepest));
-        journal.events.clear();
-        std::unique_ptr<AbstractProperty> copy(root->Clone());
-        // Walk the copy: one child per level, named as in the source.
-        const AbstractProperty* node = copy.get();
-        const AbstractProperty* original = root.get();
-        while (node != nullptr) {
-            ++copiedDepth;
-            distinct = distinct && node != original;
-            const auto* container = dynamic_cast<const PropertyObject*>(node);
-            const QString next = levelName(copiedDepth);
-            node = container != nullptr ? container->GetPropertyConstPtr(next) : nullptr;
-            original =
-                original != nullptr
-                    ? dynamic_cast<const PropertyObject*>(original)->GetPropertyConstPtr(next)
-                    : nullptr;
-            if (node != nullptr && node->GetParent() != container) {
-                distinct = false;
+    OrreryTest::runOnSmallStack(
+        [&] {
+            PropertyObject* deepest = nullptr;
+            std::unique_ptr<PropertyObject> root(buildChain(&journal, &deepest));
+            journal.events.clear();
+            std::unique_ptr<AbstractProperty> copy(root->Clone());
+            // Walk the copy: one child per level, named as in the source.
+            const AbstractProperty* node = copy.get();
+            const AbstractProperty* original = root.get();
+            while (node != nullptr) {
+                ++copiedDepth;
+                distinct = distinct && node != original;
+                const auto* container = dynamic_cast<const PropertyObject*>(node);
+                const QString next = levelName(copiedDepth);
+                node = container != nullptr ? container->GetPropertyConstPtr(next) : nullptr;
+                original =
+                    original != nullptr
+                        ? dynamic_cast<const PropertyObject*>(original)->GetPropertyConstPtr(next)
+                        : nullptr;
+                if (node != nullptr && node->GetParent() != container) {
+                    distinct = false;
+                }
+                if (node != nullptr && copiedDepth == kDepth - 1) {
+                    deepestPath = const_cast<AbstractProperty*>(node)->GetFullPath();
+                }
             }
-            if (node != nullptr && copiedDepth == kDepth - 1) {
-                deepestPath = const_cast<AbstractProperty*>(node)->GetFullPath();
-            }
-        }
-        cloneEvents = journal.events.filter(S("clone"));
-        copy.reset();
-        root.reset();
-    });
+            cloneEvents = journal.events.filter(S("clone"));
+            copy.reset();
+            root.reset();
+        },
+        kStackBytes);
     EXPECT_EQ(copiedDepth, kDepth);
     EXPECT_TRUE(distinct);
     EXPECT_TRUE(deepestPath.endsWith(levelName(kDepth - 1).prepend(QLatin1Char('/'))));
@@ -740,20 +751,22 @@ TEST(PropertyObject, DeepChainHearsPathChangesWithoutDeepRecursion) {
     QStringList afterRename;
     QStringList afterMove;
     bool movedRootFound = false;
-    PropertyTest::runOnSmallStack([&] {
-        PropertyObject* deepest = nullptr;
-        std::unique_ptr<PropertyObject> root(buildChain(nullptr, &deepest));
-        deepest->InsertProperty(new TracedLeaf(S("leaf"), &journal));
-        journal.events.clear();
-        root->SetName(S("renamed"));
-        afterRename = journal.events;
+    OrreryTest::runOnSmallStack(
+        [&] {
+            PropertyObject* deepest = nullptr;
+            std::unique_ptr<PropertyObject> root(buildChain(nullptr, &deepest));
+            deepest->InsertProperty(new TracedLeaf(S("leaf"), &journal));
+            journal.events.clear();
+            root->SetName(S("renamed"));
+            afterRename = journal.events;
 
-        journal.events.clear();
-        PropertyObject target(S("target"));
-        target = std::move(*root);
-        afterMove = journal.events;
-        movedRootFound = deepest->GetRootProperty() == &target;
-    });
+            journal.events.clear();
+            PropertyObject target(S("target"));
+            target = std::move(*root);
+            afterMove = journal.events;
+            movedRootFound = deepest->GetRootProperty() == &target;
+        },
+        kStackBytes);
     EXPECT_EQ(afterRename, QStringList{S("path leaf")});
     EXPECT_EQ(afterMove, QStringList{S("path leaf")});
     EXPECT_TRUE(movedRootFound);

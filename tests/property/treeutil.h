@@ -1,22 +1,17 @@
 // SPDX-License-Identifier: MIT
-// Helpers of the property-tree tests: nodes that record what happens to them, and
-// a runner for code that must work on a small call stack.
+// Helpers of the property-tree tests: nodes that record what happens to them.
 #pragma once
 
 #include <orrery/property.h>
 
+#include "qtprinters.h"
+
 #include <QString>
 #include <QStringList>
-#include <QThread>
 
 #include <memory>
 #include <ostream>
 #include <utility>
-
-// Lets test failures print texts readably.
-inline void PrintTo(const QString& text, std::ostream* out) {
-    *out << '"' << text.toStdString() << '"';
-}
 
 namespace PropertyTest {
 
@@ -116,15 +111,5 @@ public:
 protected:
     AbstractProperty* DoClone() const override { return new NoteMetadata(*this); }
 };
-
-/// Runs @p work on a thread with a 1 MiB stack and waits for it. A walk that recursed once
-/// per level of a 100,000-deep tree would overflow such a stack.
-template <class F>
-void runOnSmallStack(F work) {
-    std::unique_ptr<QThread> thread(QThread::create(std::move(work)));
-    thread->setStackSize(1024 * 1024);
-    thread->start();
-    thread->wait();
-}
 
 }  // namespace PropertyTest

@@ -1,37 +1,14 @@
 // SPDX-License-Identifier: MIT
-// Helpers of the limit tests: a small call stack to run on, a device that only counts
-// what is written to it, and printing of long texts in test failures.
+// Helpers of the limit tests: a device that only counts what is written to it, and
+// nested documents; long texts print by their length and ends.
 #pragma once
 
+#include "qtprinters.h"
+
+#include <QByteArray>
 #include <QIODevice>
-#include <QString>
-#include <QThread>
-
-#include <ostream>
-#include <string>
-
-// Long texts are shown by their length and ends, so a failure stays readable.
-inline void PrintTo(const QString& text, std::ostream* out) {
-    if (text.size() <= 200) {
-        *out << '"' << text.toStdString() << '"';
-    } else {
-        *out << text.size() << " characters \"" << text.left(60).toStdString() << "...\""
-             << text.right(60).toStdString() << '"';
-    }
-}
 
 namespace ReliabilityTest {
-
-/// Runs @p f on a thread with a 256 KiB stack, far too small for a recursion per level
-/// of the deep trees used here, and waits for it.
-template <class F>
-void runOnSmallStack(F f) {
-    QThread* thread = QThread::create(f);
-    thread->setStackSize(256 * 1024);
-    thread->start();
-    thread->wait();
-    delete thread;
-}
 
 /// A write-only device that counts the bytes written to it and keeps none.
 class CountingDevice : public QIODevice {

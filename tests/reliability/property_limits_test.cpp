@@ -20,7 +20,7 @@ using Orrery::AbstractProperty;
 using Orrery::DataFile;
 using Orrery::PropertyObject;
 using Orrery::XMLElement;
-using ReliabilityTest::runOnSmallStack;
+using OrreryTest::runOnSmallStack;
 
 namespace {
 

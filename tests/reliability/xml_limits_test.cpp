@@ -15,9 +15,9 @@
 #include <memory>
 
 using Orrery::XMLElement;
+using OrreryTest::runOnSmallStack;
 using ReliabilityTest::CountingDevice;
 using ReliabilityTest::nestedDocument;
-using ReliabilityTest::runOnSmallStack;
 
 namespace {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "quantity.h"
 
-#include "printers.h"
+#include "qtprinters.h"
 
 #include <gtest/gtest.h>
 

@@ -5,7 +5,7 @@
 
 #include "testutil.h"
 
-#include "printers.h"
+#include "qtprinters.h"
 
 #include <gtest/gtest.h>
 

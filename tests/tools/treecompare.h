@@ -2,7 +2,7 @@
 // Deep comparison of two property trees for the round-trip tests.
 #pragma once
 
-#include "printers.h"
+#include "qtprinters.h"
 #include "treediff.h"
 
 #include <gtest/gtest.h>

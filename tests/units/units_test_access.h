@@ -4,16 +4,13 @@
 
 #include <orrery/units.h>
 
+#include "qtprinters.h"
+
 #include <QString>
 
 #include <cstddef>
 #include <ostream>
 #include <vector>
-
-// Readable QString values in test failure messages.
-inline void PrintTo(const QString& text, std::ostream* os) {
-    *os << '"' << text.toStdString() << '"';
-}
 
 namespace Orrery {
 
