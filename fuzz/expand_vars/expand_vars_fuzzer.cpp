@@ -3,7 +3,8 @@
 // Input: "<text>\0<value of FZA>\0<value of FZB>\0<value of FZC>"; a missing value leaves
 // the variable unset. Invariants: the expansion ends (libFuzzer's timeout and memory limit
 // catch a runaway); text without "%" or "$" is returned as it is; values without "%" or "$"
-// never add either character; the result never grows by more than the expansion limit;
+// never add either character; the result never grows by more than the growth limit nor
+// holds more of those characters than the text and the limit on inserted ones allow;
 // a variable whose value is its own reference expands to that reference.
 
 #include <orrery/components.h>
@@ -20,6 +21,8 @@ int markers(const QString& text) {
 
 // The most characters an expansion may add to its text.
 constexpr qint64 kGrowthLimit = qint64(1) << 24;
+// The most '%' and '$' the inserted values may bring in.
+constexpr int kInsertedSignLimit = 1 << 19;
 
 }  // namespace
 
@@ -54,6 +57,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         FUZZ_CHECK(markers(result) <= markers(text));
     }
     FUZZ_CHECK(result.size() <= text.size() + kGrowthLimit);
+    FUZZ_CHECK(markers(result) <= markers(text) + kInsertedSignLimit);
 
     // A value that is its own reference ends the expansion at once.
     qputenv("FZSELF", "$FZSELF");

@@ -20,9 +20,10 @@ namespace Orrery {
  * reference found replaces every occurrence of the same reference text in the whole
  * string; scanning resumes after the inserted value, so a value is never expanded at
  * the place it was inserted. A value that brings its own reference back (A set to
- * "$A$A") would grow the text without end; once the expansion would add more than
- * 16 Mi characters, or has taken 8,192 replacement steps more than the text has '%' and
- * '$' characters, it stops, leaving the rest of the text unexpanded.
+ * "$A$A") would grow the text without end. The expansion stops, leaving the rest of the
+ * text unexpanded, before a replacement that would add more than 16 Mi characters to the
+ * text or bring in more than 512 Ki '%' and '$' characters with the values inserted so
+ * far, and after 8,192 replacement steps more than the text has '%' and '$' characters.
  *
  * @return the expanded text. Never fails: a variable that is set nowhere expands to
  *         nothing, and text that is not a reference is kept as it is.

@@ -48,6 +48,14 @@ const QLatin1String kDecorationPattern("[%\\$\\(\\)\\{\\}]");
 constexpr qint64 kGrowthLimit = qint64(1) << 24;
 // The most replacement steps an expansion takes beyond one per '%' or '$' of its text.
 constexpr qint64 kExtraSteps = qint64(1) << 13;
+// The most '%' and '$' characters the inserted values may bring in, all together (512 Ki).
+// Each one starts a piece that is indexed and may be replaced again, so this bounds the
+// work of values that multiply their own references faster than the growth limit would.
+constexpr qint64 kInsertedSignLimit = qint64(1) << 19;
+// Keys hold at most this many name characters. A sign followed by a longer run gets a cut
+// key and is checked against the text when needed, so that a run that grows at every step
+// is not copied into a new key at every step.
+constexpr int kKeyRunLimit = 256;
 
 bool isSign(QChar c) {
     return c == QLatin1Char('%') || c == QLatin1Char('$');
@@ -80,6 +88,9 @@ struct Piece {
     bool sign = false;     // starts with '%' or '$' (and then is indexed under its key)
     bool dirty = false;    // key must be computed again
     bool indexed = false;  // present in the key index
+    bool longKey = false;  // the key was cut after kKeyRunLimit name characters
+    // Whether every character is a name character: -1 not known yet, 0 no, 1 yes.
+    signed char nameOnly = -1;
     KeyIndex::iterator bucket;
     Piece* bucketPrev = nullptr;
     Piece* bucketNext = nullptr;
@@ -95,6 +106,7 @@ struct Position {
 struct Value {
     QString text;
     QVector<int> starts;  // piece starts within text (0 first when text is not empty)
+    qint64 signs = 0;     // '%' and '$' characters in text
 };
 
 class Expander {
@@ -213,8 +225,9 @@ private:
 
     // ------------------------------------------------------------------ key index
 
-    // The characters a reference starting at `piece` can depend on.
-    QString keyOf(Piece* piece) const {
+    // The characters a reference starting at `piece` can depend on; with `cut`, stops after
+    // `runLimit` name characters and says so.
+    QString keyOf(Piece* piece, int runLimit, bool* cut) const {
         QString key;
         Position at{piece, 0};
         key.append(at.piece->data[0]);
@@ -223,7 +236,12 @@ private:
             key.append(charAt(at));
             advance(at);
         }
-        while (at.piece != &tail_ && isNameChar(charAt(at))) {
+        *cut = false;
+        for (int run = 0; at.piece != &tail_ && isNameChar(charAt(at)); ++run) {
+            if (run == runLimit) {
+                *cut = true;
+                return key;
+            }
             key.append(charAt(at));
             advance(at);
         }
@@ -231,6 +249,15 @@ private:
             key.append(charAt(at));
         }
         return key;
+    }
+
+    // The whole key of an indexed sign, also when the index holds it cut.
+    QString fullKey(Piece* piece) const {
+        if (!piece->longKey) {
+            return piece->bucket->first;
+        }
+        bool cut = false;
+        return keyOf(piece, std::numeric_limits<int>::max(), &cut);
     }
 
     static QChar charAt(const Position& at) { return at.piece->data[at.offset]; }
@@ -265,7 +292,9 @@ private:
 
     void reindex(Piece* piece) {
         unindex(piece);
-        const auto bucket = index_.try_emplace(keyOf(piece)).first;
+        bool cut = false;
+        const auto bucket = index_.try_emplace(keyOf(piece, kKeyRunLimit, &cut)).first;
+        piece->longKey = cut;
         piece->bucket = bucket;
         piece->bucketPrev = nullptr;
         piece->bucketNext = bucket->second.first;
@@ -283,6 +312,14 @@ private:
         }
     }
 
+    static bool nameOnly(Piece* piece) {
+        if (piece->nameOnly < 0) {
+            piece->nameOnly = static_cast<signed char>(
+                std::all_of(piece->data, piece->data + piece->length, isNameChar));
+        }
+        return piece->nameOnly > 0;
+    }
+
     // The sign whose key reaches the character right after `before`, if any: the run of name
     // characters (and an opening bracket right after the sign) ending at that point.
     Piece* signReaching(Piece* before) {
@@ -293,6 +330,12 @@ private:
             if (i < 0) {
                 piece = piece->prev;
                 i = piece->length - 1;
+                continue;
+            }
+            // A piece of name characters only is passed whole: values inserted again and
+            // again at one place build long runs of such pieces.
+            if (!bracketSeen && !piece->sign && i == piece->length - 1 && nameOnly(piece)) {
+                i = -1;
                 continue;
             }
             const QChar c = piece->data[i];
@@ -313,7 +356,7 @@ private:
     // The reference starting at `piece`, or an empty string. The key holds every character
     // the expression can look at from there, so matching the key is matching the text.
     QString referenceAt(Piece* piece) {
-        const QString& key = piece->bucket->first;
+        const QString key = fullKey(piece);
         // A reference needs a name character after the sign, or after a bracket that
         // follows it; other keys are not given to the expression at all.
         const bool possible = key.size() >= 2 && (isNameChar(key.at(1)) ||
@@ -359,6 +402,9 @@ private:
             if (i == 0 || isSign(value.text.at(i))) {
                 value.starts.append(i);
             }
+            if (isSign(value.text.at(i))) {
+                ++value.signs;
+            }
         }
         return values_.insert(token, value).value();
     }
@@ -376,7 +422,26 @@ private:
                 found.push_back(piece);
             }
         };
-        if (exact) {
+        const bool bracket = isOpenBracket(token.at(1));
+        const int run = token.size() - 1 - (bracket ? 1 : 0) - (exact ? 1 : 0);
+        if (run > kKeyRunLimit) {
+            // Only cut keys have runs this long: those that start like the token are
+            // checked against the text.
+            const QString probe = token.left(1 + (bracket ? 1 : 0) + kKeyRunLimit);
+            for (auto bucket = index_.lower_bound(probe);
+                 bucket != index_.end() && bucket->first.startsWith(probe); ++bucket) {
+                for (Piece* piece = bucket->second.first; piece != nullptr;
+                     piece = piece->bucketNext) {
+                    if (!piece->longKey) {
+                        continue;
+                    }
+                    const QString key = fullKey(piece);
+                    if (exact ? key == token : key.startsWith(token)) {
+                        found.push_back(piece);
+                    }
+                }
+            }
+        } else if (exact) {
             const auto bucket = index_.find(token);
             if (bucket != index_.end()) {
                 collect(bucket->second);
@@ -415,6 +480,9 @@ private:
             }
             piece->data += take;
             piece->length -= take;
+            if (piece->nameOnly == 0) {
+                piece->nameOnly = -1;  // the character that was not may be gone
+            }
             remaining -= take;
             Piece* next = piece->next;
             if (piece->length == 0) {
@@ -480,12 +548,15 @@ private:
         const qint64 matchOffset = accepted[anchor] == match ? 0 : token.size() - 1;
         const qint64 delta = static_cast<qint64>(value.text.size()) - token.size();
         // Values that bring their own reference back can double the text at every step
-        // without end; past the growth limit the expansion stops and the text stays as it is.
+        // without end; past the growth limit, or once the values would have brought in too
+        // many signs, the expansion stops and the text stays as it is.
         const qint64 newLength = length_ + static_cast<qint64>(accepted.size()) * delta;
-        if (newLength > limit_) {
+        const qint64 newSigns = insertedSigns_ + static_cast<qint64>(accepted.size()) * value.signs;
+        if (newLength > limit_ || newSigns > kInsertedSignLimit) {
             return false;
         }
         length_ = newLength;
+        insertedSigns_ = newSigns;
 
         arena_.emplace_back();
         Piece* marker = &arena_.back();
@@ -563,6 +634,7 @@ private:
     const QString original_;
     qint64 length_ = original_.size();
     const qint64 limit_ = original_.size() + kGrowthLimit;
+    qint64 insertedSigns_ = 0;
     QRegExp reference_;
     QRegExp decoration_;
     std::deque<Piece> arena_;

@@ -234,6 +234,61 @@ TEST_F(ExpandVarsAgainstLiteral, RandomTextsGiveTheSameResult) {
     EXPECT_GT(compared, 15000);
 }
 
+TEST_F(ExpandVarsAgainstLiteral, LongNamesGiveTheSameResult) {
+    // Names around and beyond 256 characters, where the implementation keeps keys cut and
+    // compares with the text instead, in every form and inside longer names.
+    std::mt19937 random(20261122);
+    const std::vector<QString> pieces = {QStringLiteral("$"),
+                                         QStringLiteral("%"),
+                                         QStringLiteral("("),
+                                         QStringLiteral(")"),
+                                         QStringLiteral("{"),
+                                         QStringLiteral("}"),
+                                         QStringLiteral(" "),
+                                         QStringLiteral("B"),
+                                         QString(255, QLatin1Char('A')),
+                                         QString(256, QLatin1Char('A')),
+                                         QString(257, QLatin1Char('A')),
+                                         QString(300, QLatin1Char('A'))};
+    std::uniform_int_distribution<std::size_t> pick(0, pieces.size() - 1);
+    auto randomText = [&](int maxPieces) {
+        std::uniform_int_distribution<int> count(0, maxPieces);
+        QString text;
+        for (int n = count(random); n > 0; --n) {
+            text += pieces[pick(random)];
+        }
+        return text;
+    };
+    std::vector<std::string> pool;
+    for (int length : {255, 256, 257, 300, 511, 512, 513, 555, 600}) {
+        pool.emplace_back(static_cast<std::size_t>(length), 'A');
+        pool.push_back(std::string(static_cast<std::size_t>(length), 'A') + "B");
+    }
+    int compared = 0;
+    for (int round = 0; round < 60; ++round) {
+        OrreryTest::ScopedEnv variables;
+        std::bernoulli_distribution isSet(0.6);
+        for (const std::string& name : pool) {
+            if (isSet(random)) {
+                variables.set(name, randomText(3).toStdString());
+            } else {
+                variables.unset(name);
+            }
+        }
+        for (int i = 0; i < 40; ++i) {
+            const QString text = randomText(10);
+            const std::optional<QString> expected =
+                OrreryTest::literalExpandVars(text, 200, 100000);
+            if (!expected) {
+                continue;
+            }
+            ASSERT_EQ(ExpandVars(text), *expected) << "text: " << text.toStdString();
+            ++compared;
+        }
+    }
+    EXPECT_GT(compared, 2000);
+}
+
 TEST_F(ExpandVarsAgainstLiteral, LongTextWithManyReferences) {
     env().set("ORT_A", "/a").set("ORT_B", "$ORT_A").set("ORT_C", "").set("ORT_D", "%ORT_B%x");
     QString text;
@@ -254,13 +309,27 @@ TEST_F(ExpandVarsTest, ValueBroughtInElsewhereIsExpandedAgainByReplaceAll) {
     EXPECT_EQ(ExpandVars(QStringLiteral("$ORT_R $ORT_R")), QStringLiteral("$ORT_R!! $ORT_R!!"));
 }
 
-TEST_F(ExpandVarsTest, SelfMultiplyingValueStopsAtTheGrowthLimit) {
+TEST_F(ExpandVarsTest, SelfMultiplyingValueStopsAtTheInsertedSignLimit) {
     // Each step doubles every occurrence; without a limit the text would grow without end.
+    // Step k replaces 2^k occurrences and brings in two '$' for each: after 17 steps the
+    // values have brought in 2^19 - 4 of them, and the 18th step would pass 2^19.
     env().set("ORT_TWICE", "$ORT_TWICE$ORT_TWICE");
     const QString text = QStringLiteral("$ORT_TWICE $ORT_TWICE tail");
     const QString result = ExpandVars(text);
-    EXPECT_GT(result.size(), 1 << 23);
-    EXPECT_LE(result.size(), text.size() + (1 << 24));
-    EXPECT_TRUE(result.endsWith(QStringLiteral(" tail")));
+    EXPECT_EQ(result.count(QStringLiteral("$ORT_TWICE")), 1 << 18);
+    EXPECT_EQ(result.size(), (1 << 18) * 10 + 6);
+    EXPECT_TRUE(result.endsWith(QStringLiteral("$ORT_TWICE tail")));
     EXPECT_TRUE(result.startsWith(QStringLiteral("$ORT_TWICE$ORT_TWICE")));
+}
+
+TEST_F(ExpandVarsTest, GrowingValueStopsAtTheGrowthLimit) {
+    // Each step replaces the two copies of the reference, and each copy brings 4096
+    // characters and the reference back: the text grows by 8,190 characters per step and
+    // stops before it would have grown by more than 2^24.
+    env().set("ORT_GROW", std::string(4096, 'g') + "$ORT_GROW");
+    const QString text = QStringLiteral("$ORT_GROW $ORT_GROW");
+    const QString result = ExpandVars(text);
+    EXPECT_EQ(result.count(QStringLiteral("$ORT_GROW")), 2);
+    EXPECT_LE(result.size(), text.size() + (1 << 24));
+    EXPECT_GT(result.size(), text.size() + (1 << 24) - 8190);
 }

@@ -60,20 +60,32 @@ TEST_F(ExpandVarsLimits, LaterReferenceBroughtInByAValueIsStillExpanded) {
     EXPECT_EQ(ExpandVars(QStringLiteral("$ORT_FIRST $ORT_SECOND")), QStringLiteral("[two] two"));
 }
 
-TEST_F(ExpandVarsLimits, ValueThatDoublesItsOwnReferenceStopsAtTheExpansionLimit) {
-    // Each later copy doubles the text; the expansion stops before adding more than 2^24
-    // characters and returns the text as it stands then.
+TEST_F(ExpandVarsLimits, ValueThatDoublesItsOwnReferenceStopsAtTheSignLimit) {
+    // Each step doubles the copies; the expansion stops before the values have brought in
+    // more than 2^19 '$' and returns the text as it stands then: 2^18 copies of the
+    // reference, 2^19 - 4 brought in.
     env().set("ORT_TWICE", "$ORT_TWICE$ORT_TWICE");
     const QString text = QStringLiteral("$ORT_TWICE $ORT_TWICE");
     const QString result = ExpandVars(text);
-    EXPECT_LE(result.size(), text.size() + (1 << 24));
-    EXPECT_GT(result.size(), 1 << 23);
+    EXPECT_EQ(result.count(QLatin1Char('$')), 1 << 18);
+    EXPECT_EQ(result.size(), (1 << 18) * 10 + 1);
 }
 
-TEST_F(ExpandVarsLimits, GrowthStopsAtTheExpansionLimit) {
+TEST_F(ExpandVarsLimits, ValueThatAddsTextAndItsReferenceStopsAtTheGrowthLimit) {
+    // Each step replaces the two copies, each of which brings 100,000 characters and the
+    // reference back, 200,002 characters a step: 83 steps fit into 2^24 added characters,
+    // the 84th would not.
+    env().set("ORT_LONG", std::string(100000, 'x') + "-$ORT_LONG");
+    const QString text = QStringLiteral("$ORT_LONG $ORT_LONG");
+    const QString result = ExpandVars(text);
+    EXPECT_EQ(result.size(), text.size() + 83 * 200002);
+    EXPECT_EQ(result.count(QLatin1Char('$')), 2);
+}
+
+TEST_F(ExpandVarsLimits, DoublingChainStopsAtTheSignLimit) {
     // Twenty-six variables, each the next one twice: each step doubles the text, which
-    // would reach 2^26 copies; the expansion stops before it adds more than 2^24
-    // characters, and leaves the remaining references as they are.
+    // would reach 2^26 copies; the expansion stops before the values bring in more than
+    // 2^19 '$', and leaves the remaining references as they are.
     QString text;
     for (char c = 'A'; c <= 'Z'; ++c) {
         const std::string name = std::string("ORT_CHAIN_") + c;
@@ -82,8 +94,8 @@ TEST_F(ExpandVarsLimits, GrowthStopsAtTheExpansionLimit) {
         text += QString(QStringLiteral(" $") + QString::fromStdString(name));
     }
     const QString result = ExpandVars(text);
-    EXPECT_LE(result.size(), text.size() + (1 << 24));
-    EXPECT_GT(result.size(), 1 << 23);
+    EXPECT_LE(result.count(QLatin1Char('$')), 26 + (1 << 19));
+    EXPECT_GT(result.count(QLatin1Char('$')), 1 << 17);
     EXPECT_FALSE(result.contains(QStringLiteral("leaf")));
     EXPECT_TRUE(result.endsWith(QStringLiteral(" $ORT_CHAIN_Z")));
 }

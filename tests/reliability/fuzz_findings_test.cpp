@@ -88,3 +88,25 @@ TEST_F(ExpandVarsFindings, ValueHoldingItsReferenceAmongOtherTextEnds) {
     const QString text = QStringLiteral("$ORT_FZA*$ORT_FZA");
     EXPECT_EQ(Orrery::ExpandVars(text), OrreryTest::literalExpandVars(text).value());
 }
+
+TEST_F(ExpandVarsFindings, ValueDoublingItsReferenceEndsQuickly) {
+    // "$FZA $FZA" with FZA=$FZA$FZA ran 3 s natively and over 10 s in the fuzzer, doubling
+    // until the growth limit; the limit on the signs the values bring in stops it after
+    // 17 steps, with 2^18 copies.
+    env().set("ORT_FZA", "$ORT_FZA$ORT_FZA");
+    const QString result = Orrery::ExpandVars(QStringLiteral("$ORT_FZA $ORT_FZA"));
+    EXPECT_EQ(result.count(QStringLiteral("$ORT_FZA")), 1 << 18);
+}
+
+TEST_F(ExpandVarsFindings, NameRunThatGrowsAtEveryStepEndsQuickly) {
+    // "$(" followed by a run of name characters that every step makes 4,000 characters
+    // longer: the key of "$(" was built again at every step, 32 s in all. Keys now hold
+    // at most 256 name characters. The text grows until the growth limit.
+    env().set("ORT_FZA", std::string(4000, 'g') + "$ORT_FZA");
+    const QString text = QStringLiteral("$($ORT_FZA $ORT_FZA");
+    const QString result = Orrery::ExpandVars(text);
+    EXPECT_TRUE(result.startsWith(QString(QStringLiteral("$(") + QString(4000, QLatin1Char('g')))));
+    EXPECT_EQ(result.count(QStringLiteral("$ORT_FZA")), 2);
+    EXPECT_LE(result.size(), text.size() + (1 << 24));
+    EXPECT_GT(result.size(), text.size() + (1 << 24) - 2 * 4000);
+}
