@@ -202,22 +202,34 @@ private:
         --count_;
     }
 
-    // Gives the pieces strictly between `left` and `right` increasing labels, relabelling
-    // the whole list when the gap is too small.
+    // Gives the `pieces` new pieces strictly between `left` and `right` increasing labels.
+    // When the gap is too small, the range is widened on both sides, doubling each time,
+    // until its labels leave every piece in it a gap of more than twice their number, and
+    // the pieces of that range are spread evenly. Values inserted again and again at one
+    // place so relabel a neighbourhood, not the whole list.
     void label(Piece* left, Piece* right, int pieces) {
-        const quint64 gap = right->label - left->label;
-        if (gap <= static_cast<quint64>(pieces)) {
-            const quint64 step = spacing(count_);
-            quint64 value = 0;
-            for (Piece* piece = head_.next; piece != &tail_; piece = piece->next) {
-                value += step;
-                piece->label = value;
+        Piece* from = left;
+        Piece* to = right;
+        quint64 inside = static_cast<quint64>(pieces);  // pieces strictly between from and to
+        if (to->label - from->label <= inside) {
+            for (quint64 widen = 1;; widen *= 2) {
+                for (quint64 i = 0; i < widen && from != &head_; ++i) {
+                    from = from->prev;
+                    ++inside;
+                }
+                for (quint64 i = 0; i < widen && to != &tail_; ++i) {
+                    to = to->next;
+                    ++inside;
+                }
+                const quint64 gap = (to->label - from->label) / (inside + 1);
+                if (gap > 2 * (inside + 1) || (from == &head_ && to == &tail_)) {
+                    break;
+                }
             }
-            return;
         }
-        const quint64 step = gap / (static_cast<quint64>(pieces) + 1);
-        quint64 value = left->label;
-        for (Piece* piece = left->next; piece != right; piece = piece->next) {
+        const quint64 step = (to->label - from->label) / (inside + 1);
+        quint64 value = from->label;
+        for (Piece* piece = from->next; piece != to; piece = piece->next) {
             value += step;
             piece->label = value;
         }
@@ -321,20 +333,25 @@ private:
     }
 
     // The sign whose key reaches the character right after `before`, if any: the run of name
-    // characters (and an opening bracket right after the sign) ending at that point.
+    // characters (and an opening bracket right after the sign) ending at that point. A key
+    // holds at most kKeyRunLimit name characters, so a sign further away keeps its key.
     Piece* signReaching(Piece* before) {
         Piece* piece = before;
         int i = piece->length - 1;
         bool bracketSeen = false;
+        qint64 run = 0;
         while (piece != &head_) {
+            if (run > kKeyRunLimit) {
+                return nullptr;
+            }
             if (i < 0) {
                 piece = piece->prev;
                 i = piece->length - 1;
                 continue;
             }
-            // A piece of name characters only is passed whole: values inserted again and
-            // again at one place build long runs of such pieces.
+            // A piece of name characters only is passed whole.
             if (!bracketSeen && !piece->sign && i == piece->length - 1 && nameOnly(piece)) {
+                run += piece->length;
                 i = -1;
                 continue;
             }
@@ -346,6 +363,7 @@ private:
                 return nullptr;
             }
             bracketSeen = isOpenBracket(c);
+            run += bracketSeen ? 0 : 1;
             --i;
         }
         return nullptr;

@@ -289,6 +289,22 @@ TEST_F(ExpandVarsAgainstLiteral, LongNamesGiveTheSameResult) {
     EXPECT_GT(compared, 2000);
 }
 
+TEST_F(ExpandVarsAgainstLiteral, ValueInsertedRightAfterALongNameRunExtendsThatName) {
+    // "%AAA...A$X": expanding $X to "B" first makes the later reference "%AAA...AB", one
+    // name character longer, around the length at which names are kept cut.
+    for (int length : {1, 254, 255, 256, 257, 258, 600}) {
+        OrreryTest::ScopedEnv variables;
+        const std::string name(static_cast<std::size_t>(length), 'A');
+        variables.set("ORT_X", "B").set(name, "short").set(name + "B", "long");
+        const QString text = QString(QStringLiteral("$ORT_X %") +
+                                     QString(length, QLatin1Char('A')) + QStringLiteral("$ORT_X"));
+        const std::optional<QString> expected = OrreryTest::literalExpandVars(text);
+        ASSERT_TRUE(expected.has_value());
+        EXPECT_EQ(*expected, QStringLiteral("B long")) << length;
+        EXPECT_EQ(ExpandVars(text), *expected) << length;
+    }
+}
+
 TEST_F(ExpandVarsAgainstLiteral, LongTextWithManyReferences) {
     env().set("ORT_A", "/a").set("ORT_B", "$ORT_A").set("ORT_C", "").set("ORT_D", "%ORT_B%x");
     QString text;
