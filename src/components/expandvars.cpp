@@ -11,7 +11,8 @@
 //   the values; replacing an occurrence relinks a few pieces instead of copying the string.
 // - Every '%' or '$' starts its own piece, and each such piece is indexed under a key made of
 //   the characters a reference starting there can depend on: the sign, an opening bracket
-//   right after it, the run of name characters that follows and the next character. Every
+//   right after it, the run of name characters that follows (cut after 256 of them; a cut
+//   key is completed from the text where it is used) and the next character. Every
 //   occurrence of a reference text starts at a sign, so the occurrences of a reference are
 //   exactly the pieces whose key equals it (closed and bracketed forms) or starts with it
 //   (open forms such as "$NAME", which also occur inside "$NAMEX").
