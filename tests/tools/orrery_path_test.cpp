@@ -4,64 +4,51 @@
 
 #include <gtest/gtest.h>
 
-#include <ostream>
-
 #include <QDir>
 
 namespace {
 
+using OrreryToolTest::CommandCase;
 using OrreryToolTest::rejected;
 using OrreryToolTest::succeeded;
 using OrreryToolTest::ToolResult;
 
-struct PathCase {
-    const char* name;
-    std::vector<const char*> arguments;
-    const char* output;
-};
-
-void PrintTo(const PathCase& row, std::ostream* out) {
-    *out << row.name;
-}
-
 class OrreryPath : public OrreryToolTest::ToolTest,
-                   public ::testing::WithParamInterface<PathCase> {};
+                   public ::testing::WithParamInterface<CommandCase> {};
 
 TEST_P(OrreryPath, PrintsTheResult) {
-    QStringList arguments{QStringLiteral("path")};
-    for (const char* argument : GetParam().arguments) {
-        arguments << QString::fromUtf8(argument);
-    }
-    const ToolResult result = run(arguments);
-    ASSERT_TRUE(succeeded(result));
-    EXPECT_EQ(result.out, QString::fromUtf8(GetParam().output));
+    expectOutput(QStringLiteral("path"), GetParam());
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Actions, OrreryPath,
     ::testing::Values(
-        PathCase{"Normalize",
-                 {"normalize", "C:/a/./b/../c", "\\\\server\\share\\x\\..", "a/b/"},
-                 "C:\\a\\c\n\\\\server\\share\na\\b\n"},
-        PathCase{"NormalizeForward", {"normalize", "--forward-slashes", "C:\\a\\..\\b"}, "C:/b\n"},
-        PathCase{"NormalizeNonAscii", {"normalize", "C:/Dätén/./ü"}, "C:\\Dätén\\ü\n"},
-        PathCase{"RelativeDescendant", {"relative", "C:\\a\\b\\c", "C:\\a"}, "b\\c\n"},
-        PathCase{"RelativeAncestor", {"relative", "C:\\a", "C:\\a\\b\\c"}, "..\\..\n"},
-        PathCase{"RelativeSame", {"relative", "C:\\a", "c:/A"}, "\n"},
-        PathCase{"FullKeepsAbsolute", {"full", "C:/x/y"}, "C:\\x\\y\n"},
-        PathCase{"Extension", {"extension", "dir.d/name.tar.gz"}, ".gz\n"},
-        PathCase{"NoExtension", {"extension", "dir.d/name"}, "\n"},
-        PathCase{"SetExtension", {"extension", "C:/d/name.txt", "--set", "md"}, "C:/d\\name.md\n"},
-        PathCase{"StripExtension", {"extension", "name.txt", "--strip"}, "name\n"},
-        PathCase{"CompareEqual",
-                 {"compare", "C:\\Data\\X", "c:\\data\\x"},
-                 "compare_filenames:    0\nequal_filenames:      yes\nstarts_with_filename: yes\n"
-                 "is_same_pathname:     yes\n"},
-        PathCase{"CompareSeparatorsDiffer",
-                 {"compare", "a/b", "a\\b"},
-                 "compare_filenames:    -45\nequal_filenames:      no\nstarts_with_filename: no\n"
-                 "is_same_pathname:     yes\n"}),
-    [](const ::testing::TestParamInfo<PathCase>& info) { return std::string(info.param.name); });
+        CommandCase{"Normalize",
+                    {"normalize", "C:/a/./b/../c", "\\\\server\\share\\x\\..", "a/b/"},
+                    "C:\\a\\c\n\\\\server\\share\na\\b\n"},
+        CommandCase{
+            "NormalizeForward", {"normalize", "--forward-slashes", "C:\\a\\..\\b"}, "C:/b\n"},
+        CommandCase{"NormalizeNonAscii", {"normalize", "C:/Dätén/./ü"}, "C:\\Dätén\\ü\n"},
+        CommandCase{"RelativeDescendant", {"relative", "C:\\a\\b\\c", "C:\\a"}, "b\\c\n"},
+        CommandCase{"RelativeAncestor", {"relative", "C:\\a", "C:\\a\\b\\c"}, "..\\..\n"},
+        CommandCase{"RelativeSame", {"relative", "C:\\a", "c:/A"}, "\n"},
+        CommandCase{"FullKeepsAbsolute", {"full", "C:/x/y"}, "C:\\x\\y\n"},
+        CommandCase{"Extension", {"extension", "dir.d/name.tar.gz"}, ".gz\n"},
+        CommandCase{"NoExtension", {"extension", "dir.d/name"}, "\n"},
+        CommandCase{
+            "SetExtension", {"extension", "C:/d/name.txt", "--set", "md"}, "C:/d\\name.md\n"},
+        CommandCase{"StripExtension", {"extension", "name.txt", "--strip"}, "name\n"},
+        CommandCase{
+            "CompareEqual",
+            {"compare", "C:\\Data\\X", "c:\\data\\x"},
+            "compare_filenames:    0\nequal_filenames:      yes\nstarts_with_filename: yes\n"
+            "is_same_pathname:     yes\n"},
+        CommandCase{
+            "CompareSeparatorsDiffer",
+            {"compare", "a/b", "a\\b"},
+            "compare_filenames:    -45\nequal_filenames:      no\nstarts_with_filename: no\n"
+            "is_same_pathname:     yes\n"}),
+    [](const ::testing::TestParamInfo<CommandCase>& info) { return std::string(info.param.name); });
 
 class OrreryPathFiles : public OrreryToolTest::ToolTest {};
 

@@ -15,7 +15,22 @@
 #include <QString>
 #include <QStringList>
 
+#include <ostream>
+#include <vector>
+
 namespace OrreryToolTest {
+
+/// One row of a table of tool runs: the test's name, the arguments after the command and
+/// the exact standard output.
+struct CommandCase {
+    const char* name;
+    std::vector<const char*> arguments;
+    const char* output;
+};
+
+inline void PrintTo(const CommandCase& row, std::ostream* out) {
+    *out << row.name;
+}
 
 struct ToolResult {
     int exitCode = -1;
@@ -32,6 +47,16 @@ inline QString examplesDir() {
 /// The example installation (KORVANE_DIR of the demo).
 inline QString exampleInstallation() {
     return QString(examplesDir() + QStringLiteral("/korvane"));
+}
+
+/// Exit status 0, nothing on standard error.
+inline ::testing::AssertionResult succeeded(const ToolResult& result) {
+    if (result.crashed || result.exitCode != 0 || !result.err.isEmpty()) {
+        return ::testing::AssertionFailure()
+               << "exit " << result.exitCode << ", stderr: " << result.err.toStdString()
+               << ", stdout: " << result.out.toStdString();
+    }
+    return ::testing::AssertionSuccess();
 }
 
 class ToolTest : public OrreryTest::TempDirTest {
@@ -73,18 +98,19 @@ protected:
         return result;
     }
 
+    /// Runs `orrery COMMAND ARGS` of @p row; it must succeed with exactly the row's output.
+    void expectOutput(const QString& command, const CommandCase& row) {
+        QStringList arguments{command};
+        for (const char* argument : row.arguments) {
+            arguments << QString::fromUtf8(argument);
+        }
+        const ToolResult result = run(arguments);
+        ASSERT_TRUE(succeeded(result));
+        EXPECT_EQ(result.out, QString::fromUtf8(row.output));
+    }
+
     QProcessEnvironment environment;
 };
-
-/// Exit status 0, nothing on standard error.
-inline ::testing::AssertionResult succeeded(const ToolResult& result) {
-    if (result.crashed || result.exitCode != 0 || !result.err.isEmpty()) {
-        return ::testing::AssertionFailure()
-               << "exit " << result.exitCode << ", stderr: " << result.err.toStdString()
-               << ", stdout: " << result.out.toStdString();
-    }
-    return ::testing::AssertionSuccess();
-}
 
 /**
  * Exit status 1, nothing on standard output and exactly one line on standard error that
