@@ -17,6 +17,19 @@ void ReportingClientEnvironment::show_info_message(const std::string& message) c
     messages.push_back(message);
 }
 
+void addClientSwitches(QCommandLineParser& parser) {
+    // The client's own switches are single-dash words.
+    parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
+    parser.addOption(QCommandLineOption(
+        QStringLiteral("no_reg_vs_env"),
+        QStringLiteral("Skip the registry-versus-environment check (taken by the client "
+                       "environment).")));
+    parser.addOption(QCommandLineOption(
+        QStringLiteral("debug_env"),
+        QStringLiteral("Echo the arguments on standard error (taken by the client "
+                       "environment).")));
+}
+
 const QStringList& exportedVariables() {
     static const QStringList names{
         QStringLiteral("VEXIL_EMDS_DIR"), QStringLiteral("WBMLANGPATH"),

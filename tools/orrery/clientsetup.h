@@ -7,6 +7,7 @@
 
 #include <vexil/clientenvironment.h>
 
+#include <QCommandLineParser>
 #include <QString>
 #include <QStringList>
 
@@ -34,6 +35,12 @@ protected:
 private:
     mutable std::vector<std::string> messages;
 };
+
+/**
+ * @brief Lets @p parser accept the client environment's own switches, "-no_reg_vs_env" and
+ *        "-debug_env", which the set-up reads from the process's arguments.
+ */
+void addClientSwitches(QCommandLineParser& parser);
 
 /// @brief The variables the client set-up exports, in the order it exports them.
 const QStringList& exportedVariables();

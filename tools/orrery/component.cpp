@@ -33,13 +33,25 @@ QString referenceFile(Invocation& run, const QString& productRoot, bool mustExis
     return file;
 }
 
-int locate(Invocation& run) {
-    QCommandLineParser parser;
+// The arguments every action starts with: the product's root folder and the component.
+void addRootAndComponent(QCommandLineParser& parser) {
     parser.addPositionalArgument(QStringLiteral("root"),
                                  QStringLiteral("The product's root folder."),
                                  QStringLiteral("PRODUCT_ROOT"));
     parser.addPositionalArgument(QStringLiteral("component"), QStringLiteral("The component."),
                                  QStringLiteral("COMPONENT"));
+}
+
+// The same, followed by the version.
+void addRootComponentAndVersion(QCommandLineParser& parser) {
+    addRootAndComponent(parser);
+    parser.addPositionalArgument(QStringLiteral("version"), QStringLiteral("The version."),
+                                 QStringLiteral("VERSION"));
+}
+
+int locate(Invocation& run) {
+    QCommandLineParser parser;
+    addRootAndComponent(parser);
     parser.addPositionalArgument(
         QStringLiteral("version"),
         QStringLiteral("The version; without it the highest decimal version is chosen."),
@@ -79,13 +91,7 @@ int locate(Invocation& run) {
 
 int get(Invocation& run) {
     QCommandLineParser parser;
-    parser.addPositionalArgument(QStringLiteral("root"),
-                                 QStringLiteral("The product's root folder."),
-                                 QStringLiteral("PRODUCT_ROOT"));
-    parser.addPositionalArgument(QStringLiteral("component"), QStringLiteral("The component."),
-                                 QStringLiteral("COMPONENT"));
-    parser.addPositionalArgument(QStringLiteral("version"), QStringLiteral("The version."),
-                                 QStringLiteral("VERSION"));
+    addRootComponentAndVersion(parser);
     parser.addPositionalArgument(QStringLiteral("key"),
                                  QStringLiteral("The key (\"Location\", \"RefCount\", ...)."),
                                  QStringLiteral("KEY"));
@@ -117,13 +123,7 @@ int get(Invocation& run) {
 
 int set(Invocation& run) {
     QCommandLineParser parser;
-    parser.addPositionalArgument(QStringLiteral("root"),
-                                 QStringLiteral("The product's root folder."),
-                                 QStringLiteral("PRODUCT_ROOT"));
-    parser.addPositionalArgument(QStringLiteral("component"), QStringLiteral("The component."),
-                                 QStringLiteral("COMPONENT"));
-    parser.addPositionalArgument(QStringLiteral("version"), QStringLiteral("The version."),
-                                 QStringLiteral("VERSION"));
+    addRootComponentAndVersion(parser);
     parser.addPositionalArgument(QStringLiteral("key"), QStringLiteral("The key."),
                                  QStringLiteral("KEY"));
     parser.addPositionalArgument(QStringLiteral("value"), QStringLiteral("The value to store."),
@@ -155,13 +155,7 @@ int set(Invocation& run) {
 
 int removeVersion(Invocation& run) {
     QCommandLineParser parser;
-    parser.addPositionalArgument(QStringLiteral("root"),
-                                 QStringLiteral("The product's root folder."),
-                                 QStringLiteral("PRODUCT_ROOT"));
-    parser.addPositionalArgument(QStringLiteral("component"), QStringLiteral("The component."),
-                                 QStringLiteral("COMPONENT"));
-    parser.addPositionalArgument(QStringLiteral("version"), QStringLiteral("The version."),
-                                 QStringLiteral("VERSION"));
+    addRootComponentAndVersion(parser);
     const int parsed = run.parse(
         parser, QStringLiteral("Removes every key of a component version from the product's "
                                "ComponentRefs.ini; other versions stay."));

@@ -101,8 +101,6 @@ QString quantityAt(DataFile* file, const QString& path) {
 
 int runDemo(Invocation& run) {
     QCommandLineParser parser;
-    // The client's own switches are single-dash words ("-no_reg_vs_env").
-    parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
     const QCommandLineOption examplesOption(
         QStringLiteral("examples"),
         QStringLiteral("The example data (default: the installed copy, else the source tree's "
@@ -113,17 +111,9 @@ int runDemo(Invocation& run) {
         QStringLiteral("Use DIR as the home directory instead of a temporary folder; "
                        "\"korvane/config\" is created in it."),
         QStringLiteral("DIR"));
-    const QCommandLineOption noCheck(
-        QStringLiteral("no_reg_vs_env"),
-        QStringLiteral("Skip the registry-versus-environment check (taken by the client "
-                       "environment)."));
-    const QCommandLineOption debugEnv(
-        QStringLiteral("debug_env"),
-        QStringLiteral("Echo the arguments (taken by the client environment)."));
     parser.addOption(examplesOption);
     parser.addOption(homeOption);
-    parser.addOption(noCheck);
-    parser.addOption(debugEnv);
+    addClientSwitches(parser);
     const int parsed = run.parse(
         parser,
         QStringLiteral(

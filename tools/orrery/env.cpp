@@ -14,8 +14,6 @@ namespace OrreryTools {
 
 int runEnv(Invocation& run) {
     QCommandLineParser parser;
-    // The client's own switches are single-dash words ("-no_reg_vs_env").
-    parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
     const QCommandLineOption home(
         QStringLiteral("home"),
         QStringLiteral("Use DIR as the home directory (unless the registry names one, which "
@@ -25,18 +23,9 @@ int runEnv(Invocation& run) {
         QStringLiteral("install-dir"),
         QStringLiteral("Use DIR as the installation directory (sets KORVANE_DIR)."),
         QStringLiteral("DIR"));
-    const QCommandLineOption noCheck(
-        QStringLiteral("no_reg_vs_env"),
-        QStringLiteral("Skip the registry-versus-environment check (taken by the client "
-                       "environment)."));
-    const QCommandLineOption debugEnv(
-        QStringLiteral("debug_env"),
-        QStringLiteral("Echo the arguments on standard error (taken by the client "
-                       "environment)."));
     parser.addOption(home);
     parser.addOption(installDir);
-    parser.addOption(noCheck);
-    parser.addOption(debugEnv);
+    addClientSwitches(parser);
     const int parsed = run.parse(
         parser,
         QStringLiteral("Runs the set-up of a desktop client in this process (process_arguments, "
