@@ -133,56 +133,24 @@ private:
     std::size_t next_ = 0;
 };
 
-bool isNameStartChar(uint c) {
-    return c == ':' || c == '_' || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
-           (c >= 0xC0 && c <= 0xD6) || (c >= 0xD8 && c <= 0xF6) || (c >= 0xF8 && c <= 0x2FF) ||
-           (c >= 0x370 && c <= 0x37D) || (c >= 0x37F && c <= 0x1FFF) ||
-           (c >= 0x200C && c <= 0x200D) || (c >= 0x2070 && c <= 0x218F) ||
-           (c >= 0x2C00 && c <= 0x2FEF) || (c >= 0x3001 && c <= 0xD7FF) ||
-           (c >= 0xF900 && c <= 0xFDCF) || (c >= 0xFDF0 && c <= 0xFFFD) ||
-           (c >= 0x10000 && c <= 0xEFFFF);
-}
-
-bool isNameChar(uint c) {
-    return isNameStartChar(c) || c == '-' || c == '.' || (c >= '0' && c <= '9') || c == 0xB7 ||
-           (c >= 0x300 && c <= 0x36F) || (c >= 0x203F && c <= 0x2040);
-}
-
-// Whether a local name (the part after a namespace prefix) is an XML name without colon.
-// Walks the UTF-16 units in place; a surrogate pair is taken as one character.
-bool isLocalName(const QStringRef& name) {
-    const QChar* chars = name.unicode();
-    const int size = name.size();
-    if (size == 0) {
-        return false;
-    }
-    for (int i = 0; i < size; ++i) {
-        const bool first = i == 0;
-        uint c = chars[i].unicode();
-        if (QChar::isHighSurrogate(c) && i + 1 < size && chars[i + 1].isLowSurrogate()) {
-            c = QChar::surrogateToUcs4(chars[i], chars[i + 1]);
-            ++i;
-        }
-        const bool ok = c != ':' && (first ? isNameStartChar(c) : isNameChar(c));
-        if (!ok) {
+// White space as the XML reader knows it: space, tab, carriage return and line feed.
+// The text itself is tested, since the reader's own flag is false for CDATA sections
+// and for text that came from character references.
+bool isWhiteSpaceOnly(const QStringRef& text) {
+    for (const QChar c : text) {
+        const ushort u = c.unicode();
+        if (u != ' ' && u != '\t' && u != '\r' && u != '\n') {
             return false;
         }
     }
     return true;
 }
 
-// Qt's reader checks element names but not the characters of attribute names; a
-// document with, say, a control character in one, or a local name that starts with a
-// digit, would read, and then be written back as a document that no longer reads. The
-// reader is put in error instead, as for any other malformed document.
+// Every attribute of the reader's list is taken by its local name, as the reader gives it.
 void takeStartTag(XMLElement& element, QXmlStreamReader& reader, NameCache& names) {
     element.SetName(names.get(reader.name()));
     const QXmlStreamAttributes attributes = reader.attributes();
     for (const QXmlStreamAttribute& attribute : attributes) {
-        if (!isLocalName(attribute.name())) {
-            reader.raiseError(QStringLiteral("Invalid XML name."));
-            return;
-        }
         element.SetAttribute(names.get(attribute.name()), attribute.value().toString());
     }
 }
@@ -203,7 +171,7 @@ ERESULT XMLElement::ParseElement(QXmlStreamReader& reader) {
         }
         switch (reader.readNext()) {
             case QXmlStreamReader::Characters:
-                if (!reader.isWhitespace()) {
+                if (!isWhiteSpaceOnly(reader.text())) {
                     // The last non-whitespace piece wins.
                     open.back()->content = reader.text().toString();
                 }

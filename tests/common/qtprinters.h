@@ -26,3 +26,23 @@ inline void PrintTo(const QByteArray& bytes, std::ostream* out) {
              << bytes.right(60).toStdString() << '"';
     }
 }
+
+namespace OrreryTest {
+
+/// Prints @p text quoted, with bytes outside printable ASCII as \xNN, so that a test row
+/// holding control characters prints on one line and names its ctest test readably.
+inline void printEscaped(const char* text, std::ostream* out) {
+    static const char kHex[] = "0123456789ABCDEF";
+    *out << '"';
+    for (const char* c = text; *c != '\0'; ++c) {
+        const auto byte = static_cast<unsigned char>(*c);
+        if (byte < 0x20 || byte >= 0x7F || byte == '"' || byte == '\\') {
+            *out << "\\x" << kHex[byte >> 4] << kHex[byte & 0xF];
+        } else {
+            *out << *c;
+        }
+    }
+    *out << '"';
+}
+
+}  // namespace OrreryTest

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <orrery/xmlelement.h>
 
+#include "qtprinters.h"
 #include "testutil.h"
 
 #include <QBuffer>
@@ -130,6 +131,89 @@ TEST(XMLElement, LastNonWhitespaceTextPieceWins) {
     XMLElement untrimmed;
     ASSERT_EQ(readFromString(untrimmed, QStringLiteral("<r>  padded  </r>")), Orrery::RESULT_OK);
     EXPECT_EQ(untrimmed.GetContent(), QStringLiteral("  padded  "));
+}
+
+namespace {
+
+struct ContentRow {
+    const char* document;
+    const char* content;
+};
+
+// A row prints as its text, escaped.
+void PrintTo(const ContentRow& row, std::ostream* out) {
+    OrreryTest::printEscaped(row.document, out);
+}
+
+class XMLElementWhiteSpace : public ::testing::TestWithParam<ContentRow> {};
+
+}  // namespace
+
+// White space is judged by the characters of a text piece, also for CDATA sections and
+// character references, which the reader does not flag as white space.
+TEST_P(XMLElementWhiteSpace, TextOfWhiteSpaceOnlyIsIgnored) {
+    XMLElement root;
+    ASSERT_EQ(readFromString(root, QString::fromUtf8(GetParam().document)), Orrery::RESULT_OK);
+    EXPECT_EQ(root.GetContent(), QString::fromUtf8(GetParam().content));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Pieces, XMLElementWhiteSpace,
+    ::testing::Values(
+        ContentRow{"<a>x<![CDATA[   ]]></a>", "x"}, ContentRow{"<a>&#32;</a>", ""},
+        ContentRow{"<a>x&#x9;<![CDATA[\n]]></a>", "x\t"}, ContentRow{"<a>&#13;&#10;&#9;</a>", ""},
+        ContentRow{"<a>y<![CDATA[ \t\r\n ]]></a>", "y"}, ContentRow{"<a><![CDATA[]]></a>", ""},
+        ContentRow{"<a>z<![CDATA[ w ]]></a>", " w "},
+        // Only space, tab, carriage return and line feed are white space.
+        ContentRow{"<a>&#xA0;</a>", "\xc2\xa0"}, ContentRow{"<a>&#x2003;</a>", "\xe2\x80\x83"}));
+
+namespace {
+
+struct AttributeRow {
+    const char* document;
+    const char* name;
+};
+
+// A row prints as its text, escaped.
+void PrintTo(const AttributeRow& row, std::ostream* out) {
+    OrreryTest::printEscaped(row.document, out);
+}
+
+class XMLElementAttributes : public ::testing::TestWithParam<AttributeRow> {};
+
+}  // namespace
+
+// Whatever names the reader accepts are taken as it gives them, and the caller's reader
+// is left without an error.
+TEST_P(XMLElementAttributes, AttributeIsTakenAsTheReaderGivesIt) {
+    QXmlStreamReader reader(QByteArray(GetParam().document));
+    XMLElement root;
+    EXPECT_EQ(root.FromXMLStream(reader), Orrery::RESULT_OK);
+    EXPECT_FALSE(reader.hasError()) << qPrintable(reader.errorString());
+    EXPECT_EQ(root.GetName(), QStringLiteral("a"));
+    QMap<QString, QString> expected;
+    expected.insert(QString::fromUtf8(GetParam().name), QStringLiteral("x"));
+    EXPECT_EQ(root.GetAttributes(), expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Names, XMLElementAttributes,
+                         ::testing::Values(AttributeRow{"<a b@c=\"x\"/>", "b@c"},
+                                           AttributeRow{"<a b\x01"
+                                                        "c=\"x\"/>",
+                                                        "b\x01"
+                                                        "c"},
+                                           AttributeRow{"<a \xc3\x97=\"x\"/>", "\xc3\x97"},
+                                           AttributeRow{"<a b=\"x\"></a>", "b"}));
+
+TEST(XMLElement, FromXMLStreamTakesAttributesTheReaderAccepts) {
+    XMLElement root;
+    ASSERT_EQ(readFromString(root, QStringLiteral("<a b@c=\"1\" d=\"2\"><e f@=\"3\"/></a>")),
+              Orrery::RESULT_OK);
+    EXPECT_EQ(root.GetAttributes().keys(),
+              (QStringList{QStringLiteral("b@c"), QStringLiteral("d")}));
+    ASSERT_EQ(root.GetChildElements().size(), 1);
+    EXPECT_EQ(root.GetChildElements().at(0)->GetAttributes().value(QStringLiteral("f@")),
+              QStringLiteral("3"));
 }
 
 TEST(XMLElement, CommentsAndProcessingInstructionsAreDropped) {
