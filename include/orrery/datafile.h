@@ -30,8 +30,9 @@ namespace Orrery {
  */
 class ORRERY_EXPORT DataFile {
 public:
-    /// @brief How a file was opened, a bit set. The library relies on two values only.
-    enum OpenMode {
+    /// @brief How a file was opened, an int-sized bit set. The library relies on two values
+    ///        only; kinds may use any other bits.
+    enum OpenMode : int {
         OpenModeNone = 0,
         OpenModeWritable = 2,  ///< the file may be written; IsWritable() tests this bit
         OpenModeCreate = 128,  ///< passed alone, stored as 130 (writable added)

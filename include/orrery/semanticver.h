@@ -24,7 +24,7 @@ public:
     /// @brief Version 0.0.0.
     SemanticVer() = default;
     /// @brief Parses @p text; an invalid text leaves 0.0.0 and is not reported.
-    explicit SemanticVer(const QString& text);
+    SemanticVer(const QString& text);  // NOLINT(google-explicit-constructor)
     SemanticVer(const SemanticVer&) = default;
     SemanticVer(SemanticVer&&) = default;
     SemanticVer& operator=(const SemanticVer&) = default;

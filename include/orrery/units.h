@@ -35,7 +35,7 @@ public:
      * optional prefix character followed by the base unit. Cannot fail; anything
      * unrecognised becomes the base unit.
      */
-    explicit UnitsParser(const QString& units);
+    UnitsParser(const QString& units);  // NOLINT(google-explicit-constructor)
     UnitsParser(const UnitsParser& other);
     UnitsParser(UnitsParser&& other) noexcept;
     UnitsParser& operator=(const UnitsParser& other);
@@ -141,7 +141,7 @@ public:
      * Failure shows in state(): Empty without digits, Invalid for text after the
      * number, a malformed or out-of-range exponent, or a magnitude a double cannot hold.
      */
-    explicit RealStringParser(const QString& text);
+    RealStringParser(const QString& text);  // NOLINT(google-explicit-constructor)
     RealStringParser(const RealStringParser& other);
     RealStringParser(RealStringParser&& other) noexcept;
     RealStringParser& operator=(const RealStringParser& other);
