@@ -5,6 +5,8 @@
 #define ORRERY_FILENAME_NO_QT
 #include "filename_p.h"
 
+#include <utility>
+
 namespace Orrery {
 namespace Filename {
 
@@ -94,10 +96,15 @@ std::string get_physical_path(const std::string& path) {
     if (!path_exists(dir)) {
         return {};
     }
+    // Without a readable current directory there is nothing to change back to: stay put.
+    std::string remembered;
+    if (!get_current_directory(&remembered)) {
+        return {};
+    }
     std::string physical;
     {
         // Changes back on every way out, exceptions included, which pass on.
-        const detail::CurrentDirectoryRestorer restore(get_current_directory());
+        const detail::CurrentDirectoryRestorer restore(std::move(remembered));
         if (vexil::chdir_utf8(vexil::Path(dir)) != 0) {
             return {};
         }

@@ -15,6 +15,9 @@
 #include <QTextCodec>
 
 #include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
 #include <stdexcept>
 #include <string>
 
@@ -229,6 +232,34 @@ TEST_F(FilenameFileSystem, PhysicalPathOfARelativeName) {
 TEST_F(FilenameFileSystem, PhysicalPathOfAMissingDirectoryIsEmpty) {
     EXPECT_EQ(fn::get_physical_path(at("missing/f.txt")), "");
     EXPECT_EQ(fn::get_physical_path(at("link/missing/f.txt")), "");
+}
+
+// Runs in a forked child: the current directory is removed under it, which the parent's
+// must not be. The child exits 0 when get_physical_path gave "" and left it where it was.
+TEST_F(FilenameFileSystem, PhysicalPathWithAnUnreadableCurrentDirectoryStaysPut) {
+    const std::string gone = path(QStringLiteral("gone")).toStdString();
+    const std::string target = at("link/f.txt");
+    ASSERT_TRUE(QDir(path()).mkpath(QStringLiteral("gone")));
+    EXPECT_EXIT(
+        {
+            if (::chdir(gone.c_str()) != 0 || ::rmdir(gone.c_str()) != 0) {
+                std::_Exit(10);
+            }
+            char buffer[4096];
+            if (::getcwd(buffer, sizeof buffer) != nullptr || errno != ENOENT) {
+                std::_Exit(11);
+            }
+            if (!fn::get_physical_path(target).empty()) {
+                std::_Exit(12);
+            }
+            // Still in the removed directory: reading it fails the same way.
+            errno = 0;
+            if (::getcwd(buffer, sizeof buffer) != nullptr || errno != ENOENT) {
+                std::_Exit(13);
+            }
+            std::_Exit(0);
+        },
+        ::testing::ExitedWithCode(0), "");
 }
 
 TEST_F(FilenameFileSystem, PhysicalPathRestoresTheCurrentDirectory) {
