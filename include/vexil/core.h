@@ -144,9 +144,10 @@ ORRERY_EXPORT Path get_exe_full_path();
 /// @brief The directory holding the running executable; empty when unknown.
 ORRERY_EXPORT std::string get_bin_directory();
 /**
- * @brief The installation root: KORVANE_DIR (environment, then registry) when
- *        non-empty, else the parent of the executable's directory. Read afresh
- *        on every call.
+ * @brief The installation root, where the program runs from: the parent of the
+ *        executable's directory. On POSIX hosts a non-empty VEXIL_INSTALLATION_DIR
+ *        names it instead. KORVANE_DIR never steers it. Read afresh on every call;
+ *        empty when the executable's path cannot be determined.
  */
 ORRERY_EXPORT std::string get_installation_directory();
 /**

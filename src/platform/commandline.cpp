@@ -3,6 +3,8 @@
 
 #include <vexil/core.h>
 
+#include "host_p.h"
+
 #include <atomic>
 #include <mutex>
 
@@ -110,10 +112,12 @@ std::string get_bin_directory() {
     return exe.substr(0, slash == 0 ? 1 : slash);
 }
 
+// Where the program runs from, never KORVANE_DIR: the check of KORVANE_DIR against the
+// installation directory depends on the two being independent.
 std::string get_installation_directory() {
-    const std::string fromVariable = getenv_check_registry_stdstring("KORVANE_DIR");
-    if (!fromVariable.empty()) {
-        return fromVariable;
+    const std::string named = host::named_installation_directory();
+    if (!named.empty()) {
+        return named;
     }
     const std::string bin = get_bin_directory();
     const std::size_t slash = bin.find_last_of("/\\");

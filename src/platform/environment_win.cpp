@@ -5,6 +5,8 @@
 
 #include <vexil/core.h>
 
+#include "host_p.h"
+
 #include <windows.h>
 
 #include <cstdlib>
@@ -84,6 +86,10 @@ bool getenv_from_registry_only(const std::string& name, std::string* value) {
     const std::wstring wname = toWString(name);
     return readRegistry(HKEY_LOCAL_MACHINE, wname, value) ||
            readRegistry(HKEY_CURRENT_USER, wname, value);
+}
+
+std::string host::named_installation_directory() {
+    return {};
 }
 
 }  // namespace vexil

@@ -19,6 +19,10 @@ std::string os_path(const std::string& path);
 std::string current_directory();
 /// Compares two native path names under the host's rules (0 when equal).
 int compare_names(const std::string& a, const std::string& b);
+/// The installation directory that the host's packaging names explicitly, read afresh:
+/// VEXIL_INSTALLATION_DIR on POSIX; never anything on Windows, where it is always derived
+/// from the running executable. Empty when none is named.
+std::string named_installation_directory();
 
 }  // namespace host
 }  // namespace vexil

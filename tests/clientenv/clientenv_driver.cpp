@@ -211,11 +211,6 @@ int run(const std::string& mode) {
     }
     if (mode == "check-registry") {
         environment.process_arguments();
-        // KORVANE_DIR as the client finds it after start-up, when the set-up runs.
-        std::string installation;
-        if (vexil::getenv_stdstring_allow_empty("ORRERY_DRIVER_INSTALLATION", &installation)) {
-            vexil::putenv_stdstring("KORVANE_DIR", installation);
-        }
         if (driverValue("ORRERY_DRIVER_CHECK_OFF") == "1") {
             environment.set_check_reg_verses_getenv(false);
         }

@@ -196,16 +196,19 @@ TEST_F(ClientEnvironmentTest, ProductVariablesExportTheInstallationDirectory) {
     EXPECT_EQ(out.value(QStringLiteral("cwd-kept")), QStringLiteral("1"));
 }
 
-TEST_F(ClientEnvironmentTest, ProductVariablesUseTheRegistryInstallationDirectory) {
-    unsetChild(QStringLiteral("KORVANE_DIR"));
+// KORVANE_DIR names an installation to compare with, never the one the client runs from.
+TEST_F(ClientEnvironmentTest, ProductVariablesIgnoreKorvaneDir) {
+    unsetChild(QStringLiteral("VEXIL_INSTALLATION_DIR"));
+    setChild(QStringLiteral("KORVANE_DIR"), inst());
     writeRegistry({{QStringLiteral("KORVANE_DIR"), inst()}});
     const ChildResult result = run(QStringLiteral("product"));
-    EXPECT_EQ(DriverOutput(result.out).value(QStringLiteral("VEXIL_EMDS_DIR")), inst());
+    const QString parentOfBin = QFileInfo(QFileInfo(driver()).path()).path();
+    EXPECT_EQ(DriverOutput(result.out).value(QStringLiteral("VEXIL_EMDS_DIR")), parentOfBin);
 }
 
 TEST_F(ClientEnvironmentTest, UnenterableInstallationDirectoryThrowsTheVerifyMessage) {
     const QString missing = path(QStringLiteral("missing"));
-    setChild(QStringLiteral("KORVANE_DIR"), missing);
+    setChild(QStringLiteral("VEXIL_INSTALLATION_DIR"), missing);
     const ChildResult result = run(QStringLiteral("product"));
     EXPECT_EQ(result.exitCode, 0);
     const QByteArray expected =
@@ -286,7 +289,7 @@ TEST_F(ClientEnvironmentTest, SetupEnvironmentAddsTheProxyException) {
 }
 
 TEST_F(ClientEnvironmentTest, SetupEnvironmentStopsWhenTheInstallationCannotBeEntered) {
-    setChild(QStringLiteral("KORVANE_DIR"), path(QStringLiteral("missing")));
+    setChild(QStringLiteral("VEXIL_INSTALLATION_DIR"), path(QStringLiteral("missing")));
     setChild(QStringLiteral("SIMARCH"), QStringLiteral("x86"));
     const ChildResult result = run(QStringLiteral("setup"));
     EXPECT_EQ(result.exitCode, 0);

@@ -8,10 +8,11 @@
 #include "driveroutput.h"
 #include "testutil.h"
 
+#include <QByteArray>
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QMap>
-#include <QSettings>
 
 #ifndef ORRERY_CLIENTENV_DRIVER
 #error "ORRERY_CLIENTENV_DRIVER must name the driver executable"
@@ -26,14 +27,14 @@ protected:
         ASSERT_TRUE(QDir(path()).mkpath(QStringLiteral("inst")));
         ASSERT_TRUE(QDir(path()).mkpath(QStringLiteral("home")));
         childEnv_ = cleanEnvironment();
-        childEnv_.insert(QStringLiteral("KORVANE_DIR"), inst());
+        childEnv_.insert(QStringLiteral("VEXIL_INSTALLATION_DIR"), inst());
         childEnv_.insert(QStringLiteral("HOME"), home());
         childEnv_.insert(QStringLiteral("PATH"), QStringLiteral("/usr/bin:/bin"));
         childEnv_.insert(QStringLiteral("ORRERY_DRIVER_SINK"), QStringLiteral("record"));
         childEnv_.remove(QStringLiteral("ORRERY_DRIVER_PROFILE"));
     }
 
-    /// The installation directory (the child's KORVANE_DIR unless a test changes it).
+    /// The installation directory (the child's VEXIL_INSTALLATION_DIR unless a test changes it).
     QString inst() const { return path(QStringLiteral("inst")); }
     /// The home directory (the child's HOME unless a test changes it).
     QString home() const { return path(QStringLiteral("home")); }
@@ -46,20 +47,18 @@ protected:
     void setChild(const QString& name, const QString& value) { childEnv_.insert(name, value); }
     void unsetChild(const QString& name) { childEnv_.remove(name); }
 
-    /// Writes the emulated installer registry with @p values and points the child at it.
+    /// Writes the emulated installer registry with @p values, as stored, and points the
+    /// child at it.
     void writeRegistry(const QMap<QString, QString>& values) {
         const QString file = path(QStringLiteral("registry.ini"));
-        {
-            QSettings registry(file, QSettings::IniFormat);
-            registry.clear();
-            registry.beginGroup(QStringLiteral("Environment"));
-            for (auto it = values.cbegin(); it != values.cend(); ++it) {
-                registry.setValue(it.key(), it.value());
-            }
-            registry.endGroup();
-            registry.sync();
-            ASSERT_EQ(registry.status(), QSettings::NoError);
+        QByteArray text = "[Environment]\n";
+        for (auto it = values.cbegin(); it != values.cend(); ++it) {
+            text += it.key().toUtf8() + '=' + it.value().toUtf8() + '\n';
         }
+        QFile registry(file);
+        ASSERT_TRUE(registry.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        ASSERT_EQ(registry.write(text), text.size());
+        registry.close();
         childEnv_.insert(QStringLiteral("VEXIL_REGISTRY_FILE"), file);
     }
 

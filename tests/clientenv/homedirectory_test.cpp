@@ -100,6 +100,16 @@ TEST_F(HomeDirectoryTest, HomeFromTheRegistryWinsOverTheEnvironment) {
     EXPECT_FALSE(QFileInfo::exists(QString(home() + QStringLiteral("/korvane"))));
 }
 
+// The registry's value is taken as stored: a comma is part of the directory name.
+TEST_F(HomeDirectoryTest, RegistryHomeWithACommaIsTakenAsStored) {
+    const QString stored = path(QStringLiteral("h,1"));
+    writeRegistry({{QStringLiteral("HOME"), stored}});
+    const ChildResult result = run(QStringLiteral("home"));
+    EXPECT_EQ(result.exitCode, 0) << result.err.constData();
+    EXPECT_EQ(result.out, "HOME=[" + utf8(stored) + "]\n");
+    EXPECT_TRUE(isDir(QString(stored + QStringLiteral("/korvane/config"))));
+}
+
 TEST_F(HomeDirectoryTest, EmptyRegistryHomeIsFatalEvenWithAProfile) {
     writeRegistry({{QStringLiteral("HOME"), QString()}});
     ASSERT_TRUE(QDir(path()).mkpath(QStringLiteral("profile")));

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The warning when KORVANE_DIR in the environment or the registry, as found at
-// start-up, names another directory than the one the client runs from. The driver
-// sets the installation directory after start-up (ORRERY_DRIVER_INSTALLATION), as a
-// launcher of another installation would.
+// start-up, names another directory than the one the client runs from. Every value is
+// set before the child starts; the child runs from inst() (VEXIL_INSTALLATION_DIR).
 #include <vexil/clientenvironment.h>
 
 #include "clientenvtest.h"
@@ -17,13 +16,14 @@ protected:
     void SetUp() override {
         ClientEnvProcessTest::SetUp();
         unsetChild(QStringLiteral("KORVANE_DIR"));
-        setChild(QStringLiteral("ORRERY_DRIVER_INSTALLATION"), inst());
         ASSERT_TRUE(QDir(path()).mkpath(QStringLiteral("other")));
     }
     QString other() const { return path(QStringLiteral("other")); }
 
-    QByteArray warning(const QByteArray& registryLine, const QByteArray& environmentLine) const {
-        QByteArray text = "This launcher application is located in:\n\n    " + utf8(inst()) +
+    QByteArray warning(const QByteArray& registryLine, const QByteArray& environmentLine,
+                       const QString& installation = QString()) const {
+        QByteArray text = "This launcher application is located in:\n\n    " +
+                          utf8(installation.isEmpty() ? inst() : installation) +
                           "\n\nHowever, your system variable KORVANE_DIR does not match:\n\n";
         if (!registryLine.isEmpty()) {
             text += "    Registry (set by installer): " + registryLine + "\n";
@@ -71,6 +71,17 @@ TEST_F(RegistryCheckTest, RegistryNamingAnotherDirectoryGivesTheRegistryLineOnly
     EXPECT_EQ(result.out, "MSG[" + warning(utf8(other()), QByteArray()) + "]\ndone=[1]\n");
 }
 
+// KORVANE_DIR does not move the installation directory: the client runs from where its
+// program is, and the registry's other installation is reported against that.
+TEST_F(RegistryCheckTest, RegistryNamingAnotherDirectoryIsComparedWithWhereTheProgramRuns) {
+    unsetChild(QStringLiteral("VEXIL_INSTALLATION_DIR"));
+    writeRegistry({{QStringLiteral("KORVANE_DIR"), other()}});
+    const ChildResult result = check();
+    const QString parentOfBin = QFileInfo(QFileInfo(driver()).path()).path();
+    EXPECT_EQ(result.out,
+              "MSG[" + warning(utf8(other()), QByteArray(), parentOfBin) + "]\ndone=[1]\n");
+}
+
 TEST_F(RegistryCheckTest, EnvironmentNamingAnotherDirectoryGivesTheEnvironmentLineOnly) {
     setChild(QStringLiteral("KORVANE_DIR"), other());
     const ChildResult result = check();
@@ -87,12 +98,25 @@ TEST_F(RegistryCheckTest, BothPlacesAreListedAsFoundWhenOnlyOneDiffers) {
 }
 
 TEST_F(RegistryCheckTest, InstallationDirectoryIsShownNormalised) {
-    setChild(QStringLiteral("ORRERY_DRIVER_INSTALLATION"),
-             QString(inst() + QStringLiteral("/sub/..")));
+    setChild(QStringLiteral("VEXIL_INSTALLATION_DIR"), QString(inst() + QStringLiteral("/sub/..")));
     ASSERT_TRUE(QDir(path()).mkpath(QStringLiteral("inst/sub")));
     writeRegistry({{QStringLiteral("KORVANE_DIR"), other()}});
     const ChildResult result = check();
     EXPECT_EQ(result.out, "MSG[" + warning(utf8(other()), QByteArray()) + "]\ndone=[1]\n");
+}
+
+TEST_F(RegistryCheckTest, BothDifferingGiveBothLines) {
+    const QString third = path(QStringLiteral("third"));
+    writeRegistry({{QStringLiteral("KORVANE_DIR"), other()}});
+    setChild(QStringLiteral("KORVANE_DIR"), third);
+    const ChildResult result = check();
+    EXPECT_EQ(result.out, "MSG[" + warning(utf8(other()), utf8(third)) + "]\ndone=[1]\n");
+}
+
+TEST_F(RegistryCheckTest, EnvironmentMatchingButRegistryEmptyGivesNoMessage) {
+    setChild(QStringLiteral("KORVANE_DIR"), inst());
+    writeRegistry({{QStringLiteral("KORVANE_DIR"), QString()}});
+    EXPECT_EQ(check().out, QByteArray("done=[1]\n"));
 }
 
 TEST_F(RegistryCheckTest, NoRegVsEnvSwitchTurnsTheComparisonOff) {

@@ -40,7 +40,7 @@ TEST_F(SearchPathsTest, SetupSystemPathPutsTheSixDirectoriesAndAnEmptyEntryFirst
 TEST_F(SearchPathsTest, SetupSystemPathWithAWindowsStyleInstallationDirectory) {
     // "C:\X" names the relative directory C:/X on this host; native() spells it C:/X.
     ASSERT_TRUE(QDir(path()).mkpath(QStringLiteral("C:/X")));
-    setChild(QStringLiteral("KORVANE_DIR"), QStringLiteral("C:\\X"));
+    setChild(QStringLiteral("VEXIL_INSTALLATION_DIR"), QStringLiteral("C:\\X"));
     setChild(QStringLiteral("PATH"), QStringLiteral("C:\\Windows"));
     const ChildResult result = run(QStringLiteral("system-path"), {}, path());
     EXPECT_EQ(result.exitCode, 0) << result.err.constData();

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <vexil/core.h>
 
+#include "qtprinters.h"
 #include "testutil.h"
 
 #include <QFile>
@@ -81,8 +82,70 @@ TEST_F(VexilRegistry, CheckRegistryPrefersANonEmptyEnvironmentValue) {
     EXPECT_EQ(vexil::getenv_check_registry_stdstring("ORRERY_T_NOWHERE"), "");
 }
 
-TEST_F(VexilRegistry, InstallationDirectoryFallsBackToTheRegistry) {
-    writeRegistry(QStringLiteral("[Environment]\nKORVANE_DIR=/opt/from-registry\n"));
-    env().unset("KORVANE_DIR");
-    EXPECT_EQ(vexil::get_installation_directory(), "/opt/from-registry");
+namespace {
+
+struct StoredRow {
+    const char* line;
+    const char* name;
+    const char* value;
+};
+
+// A row prints as its text, escaped.
+void PrintTo(const StoredRow& row, std::ostream* out) {
+    OrreryTest::printEscaped(row.line, out);
+}
+
+class VexilRegistryValues : public VexilRegistry,
+                            public ::testing::WithParamInterface<StoredRow> {};
+
+}  // namespace
+
+// Values come back byte for byte: no escapes, no quoting, no lists, no re-encoding.
+TEST_P(VexilRegistryValues, ValueComesBackAsStored) {
+    QFile file(path(QStringLiteral("registry.ini")));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    file.write(QByteArray("[Environment]\n") + GetParam().line + "\n");
+    file.close();
+    env().set("VEXIL_REGISTRY_FILE", stdPath(QStringLiteral("registry.ini")));
+    std::string value = "stale";
+    ASSERT_TRUE(vexil::getenv_from_registry_only(GetParam().name, &value));
+    EXPECT_EQ(value, GetParam().value);
+}
+
+INSTANTIATE_TEST_SUITE_P(Stored, VexilRegistryValues,
+                         ::testing::Values(StoredRow{"CYGWIN=a,b", "CYGWIN", "a,b"},
+                                           StoredRow{"COMPILER_VER=x\\y", "COMPILER_VER", "x\\y"},
+                                           StoredRow{"CYGWIN=caf\xc3\xa9", "CYGWIN", "caf\xc3\xa9"},
+                                           StoredRow{"KORVANE_DIR=C:\\X", "KORVANE_DIR", "C:\\X"},
+                                           StoredRow{"HOME=/tmp/h,1", "HOME", "/tmp/h,1"},
+                                           StoredRow{"Q=\"quoted\"", "Q", "\"quoted\""},
+                                           StoredRow{"P=50%20off", "P", "50%20off"},
+                                           StoredRow{"S=a;b # c", "S", "a;b # c"},
+                                           StoredRow{"E=a=b=c", "E", "a=b=c"},
+                                           StoredRow{"  T  =  \t two words \t ", "T", "two words"},
+                                           StoredRow{"CR=v\r", "CR", "v"},
+                                           StoredRow{"EMPTY=", "EMPTY", ""},
+                                           StoredRow{"AT=@Variant(x)", "AT", "@Variant(x)"}));
+
+TEST_F(VexilRegistry, OtherSectionsCommentsAndOddLinesAreIgnored) {
+    QFile file(path(QStringLiteral("registry.ini")));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    file.write(
+        "\xEF\xBB\xBFTOP=before any section\n"
+        "[Other]\nA=other\n"
+        "[Environment]\n; A=comment\n# B=comment\n  ;C=comment\nno equals sign\n=nameless\n"
+        "D=first\nD=second\n"
+        "[environment]\nE=wrong case\n"
+        "[Environment]\nF=again\n");
+    file.close();
+    env().set("VEXIL_REGISTRY_FILE", stdPath(QStringLiteral("registry.ini")));
+    std::string value;
+    for (const char* absent : {"TOP", "A", "B", "C", "; A", "no equals sign", "E", ""}) {
+        EXPECT_FALSE(vexil::getenv_from_registry_only(absent, &value)) << absent;
+    }
+    ASSERT_TRUE(vexil::getenv_from_registry_only("D", &value));
+    EXPECT_EQ(value, "second");
+    ASSERT_TRUE(vexil::getenv_from_registry_only("F", &value));
+    EXPECT_EQ(value, "again");
+    EXPECT_TRUE(vexil::getenv_from_registry_only("F", nullptr));
 }

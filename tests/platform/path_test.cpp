@@ -139,21 +139,42 @@ TEST(VexilProcess, ExecutablePathAndDirectories) {
 
 TEST(VexilProcess, InstallationDirectoryDefaultsToParentOfBin) {
     OrreryTest::ScopedEnv env;
-    env.unset("KORVANE_DIR").unset("VEXIL_REGISTRY_FILE");
+    env.unset("VEXIL_INSTALLATION_DIR").unset("KORVANE_DIR").unset("VEXIL_REGISTRY_FILE");
     const QString bin = QString::fromStdString(vexil::get_bin_directory());
     EXPECT_EQ(QString::fromStdString(vexil::get_installation_directory()), QFileInfo(bin).path());
 }
 
-TEST(VexilProcess, InstallationDirectoryFromVariableIsReadAfresh) {
+TEST(VexilProcess, InstallationDirectoryFromTheHostVariableIsReadAfresh) {
     OrreryTest::ScopedEnv env;
-    env.unset("VEXIL_REGISTRY_FILE").set("KORVANE_DIR", "/opt/korvane");
+    env.unset("KORVANE_DIR").set("VEXIL_INSTALLATION_DIR", "/opt/korvane");
     EXPECT_EQ(vexil::get_installation_directory(), "/opt/korvane");
     EXPECT_EQ(vexil::CommandLine::get_command_line()->get_installation_directory().string(),
               "/opt/korvane");
-    env.set("KORVANE_DIR", "/opt/other");
+    env.set("VEXIL_INSTALLATION_DIR", "/opt/other");
     EXPECT_EQ(vexil::get_installation_directory(), "/opt/other");
-    env.set("KORVANE_DIR", "");
-    EXPECT_NE(vexil::get_installation_directory(), "");
+    env.set("VEXIL_INSTALLATION_DIR", "");
+    const QString bin = QString::fromStdString(vexil::get_bin_directory());
+    EXPECT_EQ(QString::fromStdString(vexil::get_installation_directory()), QFileInfo(bin).path());
+}
+
+class VexilInstallation : public OrreryTest::TempDirTest {};
+
+TEST_F(VexilInstallation, KorvaneDirNeverSteersTheInstallationDirectory) {
+    QFile registry(path(QStringLiteral("reg.ini")));
+    ASSERT_TRUE(registry.open(QIODevice::WriteOnly));
+    registry.write("[Environment]\nKORVANE_DIR=/from/registry\n");
+    registry.close();
+    env()
+        .unset("VEXIL_INSTALLATION_DIR")
+        .set("VEXIL_REGISTRY_FILE", stdPath(QStringLiteral("reg.ini")));
+    const QString parentOfBin =
+        QFileInfo(QString::fromStdString(vexil::get_bin_directory())).path();
+    env().unset("KORVANE_DIR");
+    EXPECT_EQ(QString::fromStdString(vexil::get_installation_directory()), parentOfBin);
+    env().set("KORVANE_DIR", "/from/env");
+    EXPECT_EQ(QString::fromStdString(vexil::get_installation_directory()), parentOfBin);
+    env().set("VEXIL_INSTALLATION_DIR", "/named");
+    EXPECT_EQ(vexil::get_installation_directory(), "/named");
 }
 
 TEST(VexilProcess, UserProfileDirectoryIsThePasswdHome) {

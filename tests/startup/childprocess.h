@@ -30,6 +30,7 @@ struct ChildResult {
 inline QProcessEnvironment cleanEnvironment() {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     const char* const names[] = {"KORVANE_DIR",
+                                 "VEXIL_INSTALLATION_DIR",
                                  "VEXIL_REGISTRY_FILE",
                                  "WBMLANGPATH",
                                  "VEXIL_EMDS_DIR",

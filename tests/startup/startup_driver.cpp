@@ -178,7 +178,7 @@ int main(int argc, char** argv) {
         print("bin-same-object", static_cast<long>(&get_bin_directory() == &bin));
         const std::string& installation = get_installation_directory();
         print("installation", installation);
-        vexil::putenv_stdstring("KORVANE_DIR", "/changed/after/first/call");
+        vexil::putenv_stdstring("VEXIL_INSTALLATION_DIR", "/changed/after/first/call");
         print("installation", get_installation_directory());
         print("vexil-installation", vexil::get_installation_directory());
         print("installation-same-object",

@@ -204,7 +204,7 @@ TEST(GetInstallationDirectory, CachesTheFirstAnswer) {
     QTemporaryDir dir;
     ASSERT_TRUE(dir.isValid());
     QProcessEnvironment environment = OrreryTest::cleanEnvironment();
-    environment.insert(QStringLiteral("KORVANE_DIR"), dir.path());
+    environment.insert(QStringLiteral("VEXIL_INSTALLATION_DIR"), dir.path());
     const ChildResult result = runStartup(QStringLiteral("directories"), {}, environment);
     expectCleanExit(result);
     const DriverOutput out(result.out);

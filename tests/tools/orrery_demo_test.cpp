@@ -54,6 +54,8 @@ TEST_F(OrreryDemo, StartsTheCoreApplicationAndSetsUpTheClientEnvironment) {
         << out.toStdString();
     EXPECT_TRUE(out.contains(QStringLiteral("product: Orrery ")));
     EXPECT_TRUE(out.contains(QStringLiteral("registry check on, argument echo off")));
+    EXPECT_TRUE(out.contains(QString(QStringLiteral("VEXIL_INSTALLATION_DIR=") +
+                                     exampleInstallation() + QStringLiteral("   (the example"))));
     EXPECT_TRUE(out.contains(QString(QStringLiteral("VEXIL_EMDS_DIR = ") + exampleInstallation())));
     EXPECT_TRUE(out.contains(QStringLiteral("SIMARCH        = win32_64")));
     EXPECT_TRUE(out.contains(QStringLiteral("VEP_MAJOR_VER  = VEP_2025_R1   (from the registry)")));

@@ -71,6 +71,7 @@ TEST_F(OrreryEnv, TakesValuesFromTheRegistryAndTheHomeOption) {
     file.write("\n");
     file.close();
     environment.insert(QStringLiteral("VEXIL_REGISTRY_FILE"), registry);
+    environment.insert(QStringLiteral("VEXIL_INSTALLATION_DIR"), exampleInstallation());
     const QString home = path(QStringLiteral("other home"));
     const ToolResult result = run({QStringLiteral("env"), QStringLiteral("--home"), home});
     ASSERT_TRUE(succeeded(result));
@@ -97,10 +98,10 @@ TEST_F(OrreryEnv, RejectsBadInputWithOneLine) {
     const QString env = QStringLiteral("env");
     EXPECT_TRUE(rejected(run({env, QStringLiteral("--install-dir"), path(QStringLiteral("none"))}),
                          env, QStringLiteral("does not exist")));
-    environment.insert(QStringLiteral("KORVANE_DIR"), path(QStringLiteral("none")));
-    EXPECT_TRUE(
-        rejected(run({env}), env,
-                 QStringLiteral("cannot be entered; set KORVANE_DIR or use --install-dir")));
+    environment.insert(QStringLiteral("VEXIL_INSTALLATION_DIR"), path(QStringLiteral("none")));
+    EXPECT_TRUE(rejected(
+        run({env}), env,
+        QStringLiteral("cannot be entered; set VEXIL_INSTALLATION_DIR or use --install-dir")));
     QFile blocker(path(QStringLiteral("blocker")));
     ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
     blocker.close();

@@ -7,6 +7,7 @@ file(MAKE_DIRECTORY ${WORK_DIR}/home ${WORK_DIR}/config)
 set(ENV{HOME} ${WORK_DIR}/home)
 set(ENV{XDG_CONFIG_HOME} ${WORK_DIR}/config)
 unset(ENV{KORVANE_DIR})
+unset(ENV{VEXIL_INSTALLATION_DIR})
 unset(ENV{VEXIL_REGISTRY_FILE})
 
 execute_process(COMMAND ${CMAKE_COMMAND} --install ${ORRERY_BUILD_DIR} --prefix ${prefix}

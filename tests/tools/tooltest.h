@@ -66,10 +66,11 @@ protected:
         QDir(path()).mkpath(QStringLiteral("home"));
         environment = QProcessEnvironment::systemEnvironment();
         for (const char* name :
-             {"KORVANE_DIR", "VEXIL_REGISTRY_FILE", "VEXIL_REFERRED_COMPONENT_FILE",
-              "VEXIL_INSTALLINFO_FILE", "VEXIL_CR_UNQUOTE_STRATEGY_ENUM", "VEXIL_EMDS_DIR",
-              "WBMLANGPATH", "DOCS_DIR", "CYGWIN", "SIMARCH", "COMPL_DIR", "COMPILER_VER",
-              "VEP_MAJOR_VER", "http_proxy", "https_proxy", "no_proxy", "USERPROFILE"}) {
+             {"KORVANE_DIR", "VEXIL_INSTALLATION_DIR", "VEXIL_REGISTRY_FILE",
+              "VEXIL_REFERRED_COMPONENT_FILE", "VEXIL_INSTALLINFO_FILE",
+              "VEXIL_CR_UNQUOTE_STRATEGY_ENUM", "VEXIL_EMDS_DIR", "WBMLANGPATH", "DOCS_DIR",
+              "CYGWIN", "SIMARCH", "COMPL_DIR", "COMPILER_VER", "VEP_MAJOR_VER", "http_proxy",
+              "https_proxy", "no_proxy", "USERPROFILE"}) {
             environment.remove(QString::fromLatin1(name));
         }
         environment.insert(QStringLiteral("HOME"), path(QStringLiteral("home")));

@@ -85,14 +85,36 @@ TEST(WindowsExecutablePath, IsTheModuleFileName) {
     EXPECT_EQ(vexil::get_bin_directory(), expected.substr(0, expected.find_last_of('\\')));
 }
 
+// Neither KORVANE_DIR nor the POSIX stand-in VEXIL_INSTALLATION_DIR moves it on Windows.
 TEST(WindowsExecutablePath, InstallationDirectoryIsTheParentOfTheBinDirectory) {
-    WinTest::ScopedEnvironment env(L"KORVANE_DIR");
-    env.unset();
+    WinTest::ScopedEnvironment korvane(L"KORVANE_DIR");
+    WinTest::ScopedEnvironment named(L"VEXIL_INSTALLATION_DIR");
+    korvane.unset();
+    named.unset();
     ASSERT_FALSE(vexil::getenv_from_registry_only("KORVANE_DIR", nullptr));
     const std::string bin = vexil::get_bin_directory();
-    EXPECT_EQ(vexil::get_installation_directory(), bin.substr(0, bin.find_last_of('\\')));
-    env.set(L"C:\\Suite");
-    EXPECT_EQ(vexil::get_installation_directory(), "C:\\Suite");
+    const std::string parent = bin.substr(0, bin.find_last_of('\\'));
+    EXPECT_EQ(vexil::get_installation_directory(), parent);
+    korvane.set(L"C:\\Suite");
+    named.set(L"C:\\Named");
+    EXPECT_EQ(vexil::get_installation_directory(), parent);
+    EXPECT_EQ(vexil::CommandLine::get_command_line()->get_installation_directory().string(),
+              parent);
+}
+
+// Run by run_from_installation_tree.sh from <tmp>\inst\bin\, with KORVANE_DIR and
+// VEXIL_INSTALLATION_DIR naming another directory. Skipped in an ordinary run.
+TEST(WindowsInstallationTree, InstallationDirectoryFollowsTheExecutable) {
+    const wchar_t* expected = ::_wgetenv(L"ORRERY_EXPECTED_INSTALLATION");
+    if (expected == nullptr) {
+        GTEST_SKIP() << "run from an installation tree by run_from_installation_tree.sh";
+    }
+    ASSERT_NE(::_wgetenv(L"KORVANE_DIR"), nullptr);
+    ASSERT_NE(::_wgetenv(L"VEXIL_INSTALLATION_DIR"), nullptr);
+    EXPECT_EQ(vexil::get_bin_directory(), utf8(expected) + "\\bin");
+    EXPECT_EQ(vexil::get_installation_directory(), utf8(expected));
+    EXPECT_EQ(vexil::CommandLine::get_command_line()->get_installation_directory().string(),
+              utf8(expected));
 }
 
 // Run by run_from_long_directory.sh from a directory past MAX_PATH, which tells the

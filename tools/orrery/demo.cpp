@@ -120,8 +120,9 @@ int runDemo(Invocation& run) {
             "Runs what every application of the suite does with the library, on the example "
             "data, and reports each step: start-up, the client environment, data files and "
             "their property trees, values with units, references into another file, installed "
-            "components and file names, and shut-down. KORVANE_DIR, VEXIL_REGISTRY_FILE and "
-            "HOME are set for the run; HOME is a temporary folder unless --home is given, so "
+            "components and file names, and shut-down. VEXIL_INSTALLATION_DIR, KORVANE_DIR, "
+            "VEXIL_REGISTRY_FILE and HOME are set for the run; HOME is a temporary folder unless "
+            "--home is given, so "
             "the real home directory is never written."));
     if (parsed >= 0) {
         return parsed;
@@ -160,12 +161,17 @@ int runDemo(Invocation& run) {
     out << "Orrery demo: a typical client run on the example data in " << examples << "\n\n";
 
     // 0. The environment of the run.
+    // The client runs from the example installation, and KORVANE_DIR names it for the
+    // $(KORVANE_DIR) references of the designs.
+    vexil::putenv_stdstring("VEXIL_INSTALLATION_DIR", utf8(installation));
     vexil::putenv_stdstring("KORVANE_DIR", utf8(installation));
     vexil::putenv_stdstring("VEXIL_REGISTRY_FILE", utf8(registry));
     vexil::putenv_stdstring("HOME", utf8(home));
     vexil::putenv_stdstring("VEXIL_REFERRED_COMPONENT_FILE", "");
     out << "0. The example environment\n"
-        << kIndent << "KORVANE_DIR=" << installation << "   (the example installation)\n"
+        << kIndent << "VEXIL_INSTALLATION_DIR=" << installation
+        << "   (the example installation, where the client runs from)\n"
+        << kIndent << "KORVANE_DIR=" << installation << "   (names it in the designs)\n"
         << kIndent << "VEXIL_REGISTRY_FILE=" << registry << "   (stands in for the registry)\n"
         << kIndent << "HOME=" << home
         << (temporaryHome ? "   (a temporary folder, removed at the end)\n" : "\n") << '\n';

@@ -21,7 +21,7 @@ int runEnv(Invocation& run) {
         QStringLiteral("DIR"));
     const QCommandLineOption installDir(
         QStringLiteral("install-dir"),
-        QStringLiteral("Use DIR as the installation directory (sets KORVANE_DIR)."),
+        QStringLiteral("Use DIR as the installation directory (sets VEXIL_INSTALLATION_DIR)."),
         QStringLiteral("DIR"));
     parser.addOption(home);
     parser.addOption(installDir);
@@ -31,9 +31,9 @@ int runEnv(Invocation& run) {
         QStringLiteral("Runs the set-up of a desktop client in this process (process_arguments, "
                        "setup_environment, check_reg_verses_getenv) and prints every variable it "
                        "exported as NAME=value, in the order of the set-up. The installation "
-                       "directory comes from KORVANE_DIR (environment, then registry), else it is "
-                       "the parent of the tool's folder. Warnings of the check go to standard "
-                       "error."));
+                       "directory is VEXIL_INSTALLATION_DIR when set, else the parent of the "
+                       "tool's folder; KORVANE_DIR is only compared with it. Warnings of the "
+                       "check go to standard error."));
     if (parsed >= 0) {
         return parsed;
     }
@@ -46,7 +46,8 @@ int runEnv(Invocation& run) {
             return run.fail(QStringLiteral("the installation directory %1 does not exist")
                                 .arg(quoted(parser.value(installDir))));
         }
-        vexil::putenv_stdstring("KORVANE_DIR", directory.absoluteFilePath().toStdString());
+        vexil::putenv_stdstring("VEXIL_INSTALLATION_DIR",
+                                directory.absoluteFilePath().toStdString());
     }
     if (parser.isSet(home)) {
         if (parser.value(home).trimmed().isEmpty()) {
@@ -66,8 +67,8 @@ int runEnv(Invocation& run) {
         client.setup_environment();
     } catch (const std::runtime_error&) {
         return run.fail(
-            QStringLiteral("the installation directory %1 cannot be entered; set KORVANE_DIR or "
-                           "use --install-dir")
+            QStringLiteral("the installation directory %1 cannot be entered; set "
+                           "VEXIL_INSTALLATION_DIR or use --install-dir")
                 .arg(quoted(QString::fromStdString(
                     vexil::CommandLine::get_command_line()->get_installation_directory()))));
     }
