@@ -51,15 +51,12 @@ QDateTime advanceModificationTime(const QString& file, const QDateTime& floor) {
     return target;
 }
 
-// The directory that holds the store and its lock; created for writes when the store is
-// an INI file, or a native one whose parent directory exists (a registry path has none).
-bool prepareDirectory(const QSettings& settings, const QFileInfo& store, StoreGuard::Mode mode) {
+// The directory that holds the store and its lock; created when the store is an INI file,
+// or a native one whose parent directory exists (a registry path has none).
+bool prepareDirectory(const QSettings& settings, const QFileInfo& store) {
     const QDir dir = store.absoluteDir();
     if (dir.exists()) {
         return true;
-    }
-    if (mode != StoreGuard::Mode::Write) {
-        return false;
     }
     const bool fileBased = settings.format() == QSettings::IniFormat ||
                            QFileInfo(dir.absolutePath()).absoluteDir().exists();
@@ -68,9 +65,9 @@ bool prepareDirectory(const QSettings& settings, const QFileInfo& store, StoreGu
 
 }  // namespace
 
-StoreGuard::StoreGuard(QSettings& settings, Mode mode) : file_(settings.fileName()), mode_(mode) {
+StoreGuard::StoreGuard(QSettings& settings) : file_(settings.fileName()) {
     const QFileInfo store(file_);
-    if (file_.isEmpty() || !prepareDirectory(settings, store, mode)) {
+    if (file_.isEmpty() || !prepareDirectory(settings, store)) {
         return;
     }
     lock_ = std::make_unique<QLockFile>(
@@ -87,7 +84,7 @@ StoreGuard::StoreGuard(QSettings& settings, Mode mode) : file_(settings.fileName
 }
 
 StoreGuard::~StoreGuard() {
-    if (lock_ && mode_ == Mode::Write && QFileInfo::exists(file_)) {
+    if (lock_ && QFileInfo::exists(file_)) {
         advanceModificationTime(file_, stamp_);
     }
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Cross-process serialisation of the operations on one component store. Internal.
+// Cross-process serialisation of the writes to one component store. Internal.
 #pragma once
 
 #include <QDateTime>
@@ -13,7 +13,8 @@ class QSettings;
 namespace Orrery {
 
 /**
- * Holds a store for the duration of one get, set or remove, across processes.
+ * Holds a store for the duration of one set or remove, across processes. Reads do not use
+ * it: they take no lock and change nothing on disk.
  *
  * QSettings locks only its own write-back. Its read outside that lock parses the file first
  * and takes the size and modification time afterwards, so a process can pair an old content
@@ -31,16 +32,13 @@ namespace Orrery {
  */
 class StoreGuard {
 public:
-    enum class Mode { Read, Write };
-
-    StoreGuard(QSettings& settings, Mode mode);
+    explicit StoreGuard(QSettings& settings);
     ~StoreGuard();
     StoreGuard(const StoreGuard&) = delete;
     StoreGuard& operator=(const StoreGuard&) = delete;
 
 private:
     QString file_;
-    Mode mode_;
     std::unique_ptr<QLockFile> lock_;
     QDateTime stamp_;
 };

@@ -4,6 +4,7 @@
 // Usage:
 //   components_driver write-installed PROCESS COUNT
 //   components_driver write-referred PRODUCT_ROOT PROCESS COUNT
+//   components_driver alternate-installed COUNT
 //   components_driver native-set COMPONENT VERSION KEY VALUE
 //   components_driver native-get COMPONENT VERSION KEY
 //   components_driver native-remove COMPONENT VERSION
@@ -42,6 +43,18 @@ int writeKeys(const QString& productRoot, const QString& process, int count) {
     return 0;
 }
 
+// Sets Models/2.1/Location COUNT times, in turn to a short and to a long value, so that a
+// reader at the same time would notice a file caught half-written.
+int alternateLocation(int count) {
+    const QString values[] = {QStringLiteral("/short"),
+                              QString(QStringLiteral("/long/") + QString(4000, QLatin1Char('x')))};
+    for (int i = 0; i < count; ++i) {
+        InstComponentData::SetInstComponentKey(QStringLiteral("Models"), QStringLiteral("2.1"),
+                                               InstComponentData::s_strLocation, values[i % 2]);
+    }
+    return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -54,6 +67,9 @@ int main(int argc, char** argv) {
     }
     if (std::strcmp(mode, "write-referred") == 0 && argc == 5) {
         return writeKeys(arg(argv, 2), arg(argv, 3), std::atoi(argv[4]));
+    }
+    if (std::strcmp(mode, "alternate-installed") == 0 && argc == 3) {
+        return alternateLocation(std::atoi(argv[2]));
     }
     if (std::strcmp(mode, "native-set") == 0 && argc == 6) {
         const bool ok = InstComponentData::SetInstComponentKey(arg(argv, 2), arg(argv, 3),
