@@ -5,6 +5,7 @@
 //   components_driver write-installed PROCESS COUNT
 //   components_driver write-referred PRODUCT_ROOT PROCESS COUNT
 //   components_driver alternate-installed COUNT
+//   components_driver hold-lock FILE
 //   components_driver native-set COMPONENT VERSION KEY VALUE
 //   components_driver native-get COMPONENT VERSION KEY
 //   components_driver native-remove COMPONENT VERSION
@@ -13,6 +14,9 @@
 #include <QSettings>
 #include <QString>
 
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -55,6 +59,20 @@ int alternateLocation(int count) {
     return 0;
 }
 
+// Takes the lock that a writer of a store holds, an exclusive flock() on FILE (the store's
+// "<store>.storelock"), says "held" and keeps it until the process is killed.
+int holdLock(const char* file) {
+    const int fd = ::open(file, O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+    if (fd < 0 || ::flock(fd, LOCK_EX) != 0) {
+        return 1;
+    }
+    std::printf("held\n");
+    std::fflush(stdout);
+    while (true) {
+        ::pause();
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -70,6 +88,9 @@ int main(int argc, char** argv) {
     }
     if (std::strcmp(mode, "alternate-installed") == 0 && argc == 3) {
         return alternateLocation(std::atoi(argv[2]));
+    }
+    if (std::strcmp(mode, "hold-lock") == 0 && argc == 3) {
+        return holdLock(argv[2]);
     }
     if (std::strcmp(mode, "native-set") == 0 && argc == 6) {
         const bool ok = InstComponentData::SetInstComponentKey(arg(argv, 2), arg(argv, 3),

@@ -636,6 +636,90 @@ TEST_F(ConcurrentReaders, ReaderSeesOldOrNewContentWhileAnotherProcessWrites) {
               QStringList{QStringLiteral("inst.ini")});
 }
 
+// ---------------------------------------------------------------- locks of writers
+
+class WriterLocks : public ComponentStoreTest {
+protected:
+    QString store() const { return path(QStringLiteral("store.ini")); }
+    QProcessEnvironment writerEnvironment() const {
+        QProcessEnvironment environment = cleanEnvironment();
+        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), path(QStringLiteral("config")));
+        environment.insert(QStringLiteral("VEXIL_INSTALLINFO_FILE"), store());
+        return environment;
+    }
+    // Starts a process that writes key Comp0/p<process>/K0 of the store.
+    void startWriter(QProcess& writer, const char* process) const {
+        writer.setProcessEnvironment(writerEnvironment());
+        writer.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        writer.start(
+            QStringLiteral(ORRERY_COMPONENTS_DRIVER),
+            {QStringLiteral("write-installed"), QString::fromUtf8(process), QStringLiteral("1")});
+        ASSERT_TRUE(writer.waitForStarted());
+    }
+    QString written(const char* process) const {
+        QSettings settings(store(), QSettings::IniFormat);
+        return settings.value(QStringLiteral("Comp0/p%1/K0").arg(QString::fromUtf8(process)))
+            .toString();
+    }
+};
+
+TEST_F(WriterLocks, LockFilesLeftBehindDoNotDelayAWriter) {
+    // Both lock files name this running process, as a dead writer's do once its process id
+    // has been given to another; neither is held.
+    const QString scratch = path(QStringLiteral("scratch.lock"));
+    writeLiveLookingLockFile(QString(store() + QStringLiteral(".storelock")), scratch);
+    writeLiveLookingLockFile(QString(store() + QStringLiteral(".lock")), scratch);
+    env().set("VEXIL_INSTALLINFO_FILE", store().toStdString());
+    QElapsedTimer timer;
+    timer.start();
+    EXPECT_TRUE(
+        InstComponentData::SetInstComponentKey(QStringLiteral("Models"), QStringLiteral("2.1"),
+                                               QStringLiteral("Location"), QStringLiteral("/m")));
+    EXPECT_LT(timer.elapsed(), 5000);
+    EXPECT_EQ(readFile(store()), QByteArray("[Models]\n2.1\\Location=/m\n"));
+    EXPECT_EQ(QDir(path()).entryList(QDir::Files | QDir::Hidden),
+              QStringList{QStringLiteral("store.ini")});
+}
+
+TEST_F(WriterLocks, WriterWaitsWhileAnotherProcessHoldsTheLockAndGoesOnWhenItDies) {
+    QProcess holder;
+    holder.start(QStringLiteral(ORRERY_COMPONENTS_DRIVER),
+                 {QStringLiteral("hold-lock"), QString(store() + QStringLiteral(".storelock"))});
+    ASSERT_TRUE(holder.waitForReadyRead(30000));
+    ASSERT_EQ(holder.readAll(), QByteArray("held\n"));
+
+    QProcess writer;
+    startWriter(writer, "1");
+    EXPECT_FALSE(writer.waitForFinished(1000));
+    EXPECT_EQ(written("1"), QString());
+
+    holder.kill();
+    ASSERT_TRUE(holder.waitForFinished(30000));
+    QElapsedTimer timer;
+    timer.start();
+    ASSERT_TRUE(writer.waitForFinished(30000));
+    EXPECT_LT(timer.elapsed(), 5000);
+    EXPECT_EQ(writer.exitCode(), 0);
+    EXPECT_EQ(written("1"), QStringLiteral("v1.0"));
+    EXPECT_EQ(QDir(path()).entryList(QDir::Files | QDir::Hidden),
+              QStringList{QStringLiteral("store.ini")});
+}
+
+TEST_F(WriterLocks, SettingsLockThatIsHeldIsRespected) {
+    // A program that writes the store through QSettings alone holds only Qt's lock file; a
+    // writer of ours waits for it rather than take it away.
+    QLockFile settingsLock(QString(store() + QStringLiteral(".lock")));
+    ASSERT_TRUE(settingsLock.lock());
+    QProcess writer;
+    startWriter(writer, "2");
+    EXPECT_FALSE(writer.waitForFinished(1000));
+    EXPECT_EQ(written("2"), QString());
+    settingsLock.unlock();
+    ASSERT_TRUE(writer.waitForFinished(30000));
+    EXPECT_EQ(writer.exitCode(), 0);
+    EXPECT_EQ(written("2"), QStringLiteral("v2.0"));
+}
+
 using ConcurrentWriters = OrreryTest::TempDirTest;
 
 TEST_F(ConcurrentWriters, EightProcessesLoseNoKey) {
