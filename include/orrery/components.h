@@ -38,7 +38,9 @@ ORRERY_EXPORT QString ExpandVars(const QString& text);
  * components the product refers to. Both are INI-style settings in which every entry
  * lives in the group component/version under a key chosen by the caller, with string
  * values. Reference counting is left to callers, who read "RefCount", change it and write
- * it back. Every operation opens its own settings object and flushes before returning.
+ * it back. Every operation opens its own settings object. A read takes no lock and changes
+ * nothing on disk: it creates no file, not even for a store that does not exist, and leaves
+ * the store's bytes and modification time alone. A set or remove flushes before returning.
  */
 class ORRERY_EXPORT InstComponentData {
 public:
@@ -72,7 +74,8 @@ public:
     static QString GetComponentFullPathtoRefFile(const QString& productRoot);
 
     /**
-     * @brief Reads @p key of @p component / @p version in the installed-component store.
+     * @brief Reads @p key of @p component / @p version in the installed-component store,
+     *        changing nothing on disk.
      * @return the value, or an empty string when the key or the store is absent.
      */
     static QString GetInstComponentKey(const QString& component, const QString& version,
@@ -98,7 +101,7 @@ public:
 
     /**
      * @brief Reads @p key of @p component / @p version in the product's
-     *        referred-component file.
+     *        referred-component file, changing nothing on disk.
      * @return the value; an empty string when the key or file is absent, or when
      *         @p productRoot is empty (then "Product root needs to be set" is written to
      *         standard error and no file is touched).
@@ -158,7 +161,7 @@ ORRERY_EXPORT void ParseComponentMemberSpecification(const QString& spec, QStrin
  * With a @p version, its "Location" key is read. Without one, the version whose name is
  * the highest decimal number above -10000 is chosen ("10" beats "9.5"; "2.1.3" is not a
  * number and is skipped). With @p expandVariables the location is passed through
- * ExpandVars().
+ * ExpandVars(). The file is only read: nothing on disk changes.
  * @return the location, or an empty string when nothing is recorded. With a version and
  *         an empty @p productRoot, "Product root needs to be set" goes to standard error.
  */

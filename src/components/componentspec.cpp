@@ -3,8 +3,6 @@
 
 #include <orrery/components.h>
 
-#include "storeguard_p.h"
-
 #include <QDir>
 #include <QFileInfo>
 #include <QSettings>
@@ -97,9 +95,9 @@ QString QueryReferredComponentLocation(const QString& productRoot, const QString
         result = InstComponentData::GetReferredComponentKey(productRoot, component, version,
                                                             InstComponentData::s_strLocation);
     } else {
+        // A read: no lock and no sync, so the file stays as it is.
         QSettings settings(InstComponentData::GetComponentFullPathtoRefFile(productRoot),
                            QSettings::IniFormat);
-        const StoreGuard guard(settings, StoreGuard::Mode::Read);
         settings.beginGroup(component);
         const QString slashed = QString(QLatin1Char('/') + InstComponentData::s_strLocation);
         const QString backslashed = QString(QLatin1Char('\\') + InstComponentData::s_strLocation);

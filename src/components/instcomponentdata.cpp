@@ -64,9 +64,10 @@ std::unique_ptr<QSettings> openReferredStore(const QString& productRoot) {
         InstComponentData::GetComponentFullPathtoRefFile(productRoot), QSettings::IniFormat);
 }
 
+// Reads take no lock and never sync: QSettings writes nothing back for an object that was
+// only read, and a reader that waited for writers could be kept waiting by a lock file.
 QString readKey(QSettings& settings, const QString& component, const QString& version,
                 const QString& key) {
-    const StoreGuard guard(settings, StoreGuard::Mode::Read);
     settings.beginGroup(groupOf(component, version));
     const QString value = settings.value(key, QVariant()).toString();
     settings.endGroup();
@@ -75,7 +76,7 @@ QString readKey(QSettings& settings, const QString& component, const QString& ve
 
 void writeKey(QSettings& settings, const QString& component, const QString& version,
               const QString& key, const QString& value) {
-    const StoreGuard guard(settings, StoreGuard::Mode::Write);
+    const StoreGuard guard(settings);
     settings.beginGroup(groupOf(component, version));
     settings.setValue(key, value);
     settings.endGroup();
@@ -83,7 +84,7 @@ void writeKey(QSettings& settings, const QString& component, const QString& vers
 }
 
 void removeGroup(QSettings& settings, const QString& component, const QString& version) {
-    const StoreGuard guard(settings, StoreGuard::Mode::Write);
+    const StoreGuard guard(settings);
     settings.beginGroup(groupOf(component, version));
     // The empty key stands for every key of the current group.
     settings.remove(QString());
@@ -165,9 +166,7 @@ QString InstComponentData::GetReferredComponentKey(const QString& productRoot,
         return QString();
     }
     const std::unique_ptr<QSettings> settings = openReferredStore(productRoot);
-    const QString value = readKey(*settings, component, version, key);
-    settings->sync();
-    return value;
+    return readKey(*settings, component, version, key);
 }
 
 bool InstComponentData::SetReferredComponentKey(const QString& productRoot,

@@ -1,34 +1,19 @@
 // SPDX-License-Identifier: MIT
 #include "storeguard_p.h"
 
+#include "platform/filelock_p.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QLockFile>
-#include <QRandomGenerator>
 #include <QSettings>
-#include <QThread>
 
 #include <algorithm>
 
 namespace Orrery {
 
 namespace {
-
-// Waits for the lock with short, jittered sleeps: the holders keep it for a few
-// milliseconds, far less than QLockFile's own waiting steps.
-bool acquire(QLockFile& lock) {
-    int wait = 1;
-    while (!lock.tryLock(0)) {
-        if (lock.error() != QLockFile::LockFailedError) {
-            return false;
-        }
-        QThread::msleep(
-            static_cast<unsigned long>(wait + QRandomGenerator::global()->bounded(wait + 1)));
-        wait = std::min(wait * 2, 16);
-    }
-    return true;
-}
 
 // Sets the file's modification time to the later of now and one millisecond after both its
 // current time and @p floor; returns the time set, or an invalid time when it failed.
@@ -51,34 +36,45 @@ QDateTime advanceModificationTime(const QString& file, const QDateTime& floor) {
     return target;
 }
 
-// The directory that holds the store and its lock; created for writes when the store is
-// an INI file, or a native one whose parent directory exists (a registry path has none).
-bool prepareDirectory(const QSettings& settings, const QFileInfo& store, StoreGuard::Mode mode) {
+// The directory that holds the store and its lock; created when the store is an INI file,
+// or a native one whose parent directory exists (a registry path has none).
+bool prepareDirectory(const QSettings& settings, const QFileInfo& store) {
     const QDir dir = store.absoluteDir();
     if (dir.exists()) {
         return true;
-    }
-    if (mode != StoreGuard::Mode::Write) {
-        return false;
     }
     const bool fileBased = settings.format() == QSettings::IniFormat ||
                            QFileInfo(dir.absolutePath()).absoluteDir().exists();
     return fileBased && QDir().mkpath(dir.absolutePath());
 }
 
+// Removes QSettings' own lock file of @p store when no process holds it any more. Only a
+// file with the holder's details counts: QLockFile writes them after it has locked the file,
+// so an empty one may be a lock in the making.
+void removeAbandonedSettingsLock(const QString& store) {
+    QLockFile settingsLock(QString(store + QStringLiteral(".lock")));
+    qint64 pid = 0;
+    QString host;
+    QString application;
+    if (settingsLock.getLockInfo(&pid, &host, &application)) {
+        settingsLock.removeStaleLockFile();
+    }
+}
+
 }  // namespace
 
-StoreGuard::StoreGuard(QSettings& settings, Mode mode) : file_(settings.fileName()), mode_(mode) {
+StoreGuard::StoreGuard(QSettings& settings) : file_(settings.fileName()) {
     const QFileInfo store(file_);
-    if (file_.isEmpty() || !prepareDirectory(settings, store, mode)) {
+    if (file_.isEmpty() || !prepareDirectory(settings, store)) {
         return;
     }
-    lock_ = std::make_unique<QLockFile>(
-        QString(store.absoluteFilePath() + QStringLiteral(".storelock")));
-    if (!acquire(*lock_)) {
+    lock_ = std::make_unique<Platform::FileLock>(
+        QString(store.absoluteFilePath() + QStringLiteral(".storelock")).toStdString());
+    if (!lock_->locked()) {
         lock_.reset();
         return;
     }
+    removeAbandonedSettingsLock(store.absoluteFilePath());
     if (store.exists()) {
         // A new time makes the settings object parse the file again, now under the lock.
         stamp_ = advanceModificationTime(file_, QDateTime());
@@ -87,7 +83,7 @@ StoreGuard::StoreGuard(QSettings& settings, Mode mode) : file_(settings.fileName
 }
 
 StoreGuard::~StoreGuard() {
-    if (lock_ && mode_ == Mode::Write && QFileInfo::exists(file_)) {
+    if (lock_ && QFileInfo::exists(file_)) {
         advanceModificationTime(file_, stamp_);
     }
 }

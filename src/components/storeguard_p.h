@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Cross-process serialisation of the operations on one component store. Internal.
+// Cross-process serialisation of the writes to one component store. Internal.
 #pragma once
 
 #include <QDateTime>
@@ -7,41 +7,50 @@
 
 #include <memory>
 
-class QLockFile;
 class QSettings;
 
 namespace Orrery {
 
+namespace Platform {
+class FileLock;
+}
+
 /**
- * Holds a store for the duration of one get, set or remove, across processes.
+ * Holds a store for the duration of one set or remove, across processes. Reads do not use
+ * it: they take no lock and change nothing on disk.
  *
- * QSettings locks only its own write-back. Its read outside that lock parses the file first
- * and takes the size and modification time afterwards, so a process can pair an old content
- * with the stamp of a newer file; under the write lock it then sees an unchanged stamp, skips
- * the re-read and writes the old content back, losing what the other process wrote. Its
- * change test also cannot tell two writes of equal size within one tick of the file-system
- * clock apart.
+ * The lock is the operating system's, on the file `<store>.storelock` beside the store
+ * (Platform::FileLock): a writer that dies lets go of it at once, and a lock file left
+ * behind delays no one.
  *
- * The guard therefore takes a lock file of its own beside the store (never Qt's own lock
- * name), moves the store's modification time to a value no process has seen and makes the
- * settings object read the file again before the operation; after a write it moves the time
- * forward once more, so that every state of the file carries a time of its own. The store's
- * content and format are untouched. A store that is not a file (the registry) or whose
- * directory cannot hold a lock is used without the guard.
+ * QSettings keeps a parsed copy of a file per process and parses the file again only when
+ * its size or modification time differ from what it noted. It notes them after reading the
+ * file, so a read that overlaps another process's write can pair the old content with the
+ * stamp of the new file; a write from that copy would bring the old content back. Its
+ * change test also cannot tell apart two writes of equal size within one tick of the
+ * file-system clock. Under the lock the guard therefore moves the store's modification time
+ * to a value no process has seen and makes the settings object read the file again before
+ * the write; after the write it moves the time forward once more, so that every state of
+ * the file carries a time of its own.
+ *
+ * QSettings also takes a lock file of its own while it writes, `<store>.lock`, and waits
+ * for it as long as the process named in it seems to run, up to 30 seconds. Under the store
+ * lock no other writer of ours can hold it, so the guard removes one that no process holds
+ * any more (QLockFile keeps its file locked while held).
+ *
+ * The store's content and format are untouched. A store that is not a file (the registry)
+ * or whose directory cannot hold the lock file is written without the guard.
  */
 class StoreGuard {
 public:
-    enum class Mode { Read, Write };
-
-    StoreGuard(QSettings& settings, Mode mode);
+    explicit StoreGuard(QSettings& settings);
     ~StoreGuard();
     StoreGuard(const StoreGuard&) = delete;
     StoreGuard& operator=(const StoreGuard&) = delete;
 
 private:
     QString file_;
-    Mode mode_;
-    std::unique_ptr<QLockFile> lock_;
+    std::unique_ptr<Platform::FileLock> lock_;
     QDateTime stamp_;
 };
 

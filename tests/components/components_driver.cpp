@@ -4,6 +4,8 @@
 // Usage:
 //   components_driver write-installed PROCESS COUNT
 //   components_driver write-referred PRODUCT_ROOT PROCESS COUNT
+//   components_driver alternate-installed COUNT
+//   components_driver hold-lock FILE
 //   components_driver native-set COMPONENT VERSION KEY VALUE
 //   components_driver native-get COMPONENT VERSION KEY
 //   components_driver native-remove COMPONENT VERSION
@@ -12,6 +14,9 @@
 #include <QSettings>
 #include <QString>
 
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -42,6 +47,32 @@ int writeKeys(const QString& productRoot, const QString& process, int count) {
     return 0;
 }
 
+// Sets Models/2.1/Location COUNT times, in turn to a short and to a long value, so that a
+// reader at the same time would notice a file caught half-written.
+int alternateLocation(int count) {
+    const QString values[] = {QStringLiteral("/short"),
+                              QString(QStringLiteral("/long/") + QString(4000, QLatin1Char('x')))};
+    for (int i = 0; i < count; ++i) {
+        InstComponentData::SetInstComponentKey(QStringLiteral("Models"), QStringLiteral("2.1"),
+                                               InstComponentData::s_strLocation, values[i % 2]);
+    }
+    return 0;
+}
+
+// Takes the lock that a writer of a store holds, an exclusive flock() on FILE (the store's
+// "<store>.storelock"), says "held" and keeps it until the process is killed.
+int holdLock(const char* file) {
+    const int fd = ::open(file, O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+    if (fd < 0 || ::flock(fd, LOCK_EX) != 0) {
+        return 1;
+    }
+    std::printf("held\n");
+    std::fflush(stdout);
+    while (true) {
+        ::pause();
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -54,6 +85,12 @@ int main(int argc, char** argv) {
     }
     if (std::strcmp(mode, "write-referred") == 0 && argc == 5) {
         return writeKeys(arg(argv, 2), arg(argv, 3), std::atoi(argv[4]));
+    }
+    if (std::strcmp(mode, "alternate-installed") == 0 && argc == 3) {
+        return alternateLocation(std::atoi(argv[2]));
+    }
+    if (std::strcmp(mode, "hold-lock") == 0 && argc == 3) {
+        return holdLock(argv[2]);
     }
     if (std::strcmp(mode, "native-set") == 0 && argc == 6) {
         const bool ok = InstComponentData::SetInstComponentKey(arg(argv, 2), arg(argv, 3),

@@ -5,12 +5,15 @@
 #include "qtprinters.h"
 #include "stderr_capture.h"
 #include "testutil.h"
+#include "treesnapshot.h"
 
 #include <ostream>
 
 #include <QDateTime>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFileInfo>
+#include <QLockFile>
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QSettings>
@@ -411,6 +414,123 @@ TEST_F(InstalledComponents, GuardLeavesNoLockFileBehind) {
     EXPECT_EQ(QDir(path()).entryList(QDir::Files), QStringList{QStringLiteral("inst.ini")});
 }
 
+// ---------------------------------------------------------------- reads change nothing
+
+// Writes at @p file what QLockFile writes for a lock that this very process holds, without
+// holding it: a lock file that names a running process, as one left behind by a process
+// that died does once its process id has been given to another.
+void writeLiveLookingLockFile(const QString& file, const QString& scratch) {
+    QByteArray text;
+    {
+        QLockFile probe(scratch);
+        ASSERT_TRUE(probe.lock());
+        QFile held(scratch);
+        ASSERT_TRUE(held.open(QIODevice::ReadOnly));
+        text = held.readAll();
+    }
+    QFile out(file);
+    ASSERT_TRUE(out.open(QIODevice::WriteOnly));
+    ASSERT_EQ(out.write(text), text.size());
+}
+
+class ReadsChangeNothing : public ComponentStoreTest {
+protected:
+    QString root() const { return path(QStringLiteral("prod")); }
+    QString refFile() const { return path(QStringLiteral("prod/ComponentRefs.ini")); }
+    QString installedFile() const { return path(QStringLiteral("inst.ini")); }
+
+    // Fills the three stores: the product's file, the installed-component INI file and the
+    // native per-user settings.
+    void fillStores() {
+        QDir(path()).mkpath(QStringLiteral("prod"));
+        InstComponentData::SetReferredComponentKey(
+            root(), QStringLiteral("Models"), QStringLiteral("2.1"), QStringLiteral("Location"),
+            QStringLiteral("/m/2.1"));
+        InstComponentData::SetReferredComponentKey(
+            root(), QStringLiteral("Models"), QStringLiteral("3.0"), QStringLiteral("Location"),
+            QStringLiteral("/m/3.0"));
+        InstComponentData::SetInstComponentKey(QStringLiteral("Models"), QStringLiteral("2.1"),
+                                               QStringLiteral("Build"), QStringLiteral("native"));
+        env().set("VEXIL_INSTALLINFO_FILE", installedFile().toStdString());
+        InstComponentData::SetInstComponentKey(QStringLiteral("Models"), QStringLiteral("2.1"),
+                                               QStringLiteral("Build"), QStringLiteral("ini"));
+        ASSERT_TRUE(QFileInfo::exists(refFile()));
+        ASSERT_TRUE(QFileInfo::exists(installedFile()));
+        ASSERT_TRUE(QFileInfo::exists(nativeStoreFile()));
+    }
+
+    // Every read operation on every store; @p expected says whether the stores hold data.
+    void readAll(bool expected) {
+        const auto value = [expected](const char* text) {
+            return expected ? QString::fromUtf8(text) : QString();
+        };
+        EXPECT_EQ(InstComponentData::GetInstComponentKey(
+                      QStringLiteral("Models"), QStringLiteral("2.1"), QStringLiteral("Build")),
+                  value("ini"));
+        EXPECT_EQ(InstComponentData::GetInstComponentKey(
+                      QStringLiteral("Models"), QStringLiteral("2.1"), QStringLiteral("None")),
+                  QString());
+        EXPECT_EQ(InstComponentData::GetReferredComponentKey(root(), QStringLiteral("Models"),
+                                                             QStringLiteral("2.1"),
+                                                             QStringLiteral("Location")),
+                  value("/m/2.1"));
+        EXPECT_EQ(Orrery::QueryReferredComponentLocation(root(), QStringLiteral("Models"),
+                                                         QStringLiteral("3.0"), false),
+                  value("/m/3.0"));
+        EXPECT_EQ(Orrery::QueryReferredComponentLocation(root(), QStringLiteral("Models"),
+                                                         QString(), true),
+                  value("/m/3.0"));
+        EXPECT_EQ(Orrery::QueryReferredComponentLocation(root(), QStringLiteral("Tools"), QString(),
+                                                         false),
+                  QString());
+        const std::string installed = installedFile().toStdString();
+        env().unset("VEXIL_INSTALLINFO_FILE");
+        EXPECT_EQ(InstComponentData::GetInstComponentKey(
+                      QStringLiteral("Models"), QStringLiteral("2.1"), QStringLiteral("Build")),
+                  value("native"));
+        env().set("VEXIL_INSTALLINFO_FILE", installed);
+    }
+};
+
+TEST_F(ReadsChangeNothing, StoresKeepTheirBytesAndTimesAndNothingAppears) {
+    fillStores();
+    OrreryTest::ageTree(path());
+    const std::string before = OrreryTest::snapshotTree(path());
+    readAll(true);
+    EXPECT_EQ(OrreryTest::snapshotTree(path()), before);
+}
+
+TEST_F(ReadsChangeNothing, MissingStoresStayMissing) {
+    // The product folder exists without its file; the installed-component file's folder
+    // does not exist at all; the native settings have never been written.
+    QDir(path()).mkpath(QStringLiteral("prod"));
+    env().set("VEXIL_INSTALLINFO_FILE", path(QStringLiteral("absent/inst.ini")).toStdString());
+    OrreryTest::ageTree(path());
+    const std::string before = OrreryTest::snapshotTree(path());
+    readAll(false);
+    env().set("VEXIL_INSTALLINFO_FILE", installedFile().toStdString());
+    readAll(false);
+    EXPECT_EQ(OrreryTest::snapshotTree(path()), before);
+}
+
+TEST_F(ReadsChangeNothing, LockFilesNamingARunningProcessDoNotDelayAReader) {
+    fillStores();
+    OrreryTest::ageTree(path());
+    // Fresh lock files, so that their age does not give them away as stale.
+    const QString scratch = path(QStringLiteral("scratch.lock"));
+    for (const QString& store : {refFile(), installedFile(), nativeStoreFile()}) {
+        for (const char* suffix : {".storelock", ".lock"}) {
+            writeLiveLookingLockFile(QString(store + QLatin1String(suffix)), scratch);
+        }
+    }
+    const std::string before = OrreryTest::snapshotTree(path());
+    QElapsedTimer timer;
+    timer.start();
+    readAll(true);
+    EXPECT_LT(timer.elapsed(), 5000);
+    EXPECT_EQ(OrreryTest::snapshotTree(path()), before);
+}
+
 // ---------------------------------------------------------------- child processes
 
 struct DriverResult {
@@ -467,6 +587,137 @@ TEST_F(InstalledComponentsProcess, NativeSettingsLiveUnderXdgConfigHome) {
                         QStringLiteral("2.1"), QStringLiteral("Location")},
                        environment);
     EXPECT_EQ(result.out, QStringLiteral("[]\n"));
+}
+
+using ConcurrentReaders = OrreryTest::TempDirTest;
+
+TEST_F(ConcurrentReaders, ReaderSeesOldOrNewContentWhileAnotherProcessWrites) {
+    // Readers take no lock, so they run in the middle of writes: each must find either the
+    // file as it was or as it became, never one caught half-written.
+    const QString store = path(QStringLiteral("inst.ini"));
+    const QString shortValue = QStringLiteral("/short");
+    const QString longValue = QString(QStringLiteral("/long/") + QString(4000, QLatin1Char('x')));
+    env().set("VEXIL_INSTALLINFO_FILE", store.toStdString());
+    InstComponentData::SetInstComponentKey(QStringLiteral("Models"), QStringLiteral("2.1"),
+                                           QStringLiteral("Location"), shortValue);
+
+    QProcessEnvironment environment = cleanEnvironment();
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), path(QStringLiteral("config")));
+    environment.insert(QStringLiteral("VEXIL_INSTALLINFO_FILE"), store);
+    QProcess writer;
+    writer.setProcessEnvironment(environment);
+    writer.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    writer.start(QStringLiteral(ORRERY_COMPONENTS_DRIVER),
+                 {QStringLiteral("alternate-installed"), QStringLiteral("300")});
+    ASSERT_TRUE(writer.waitForStarted());
+
+    int reads = 0;
+    int torn = 0;
+    while (writer.state() != QProcess::NotRunning) {
+        const QString value = InstComponentData::GetInstComponentKey(
+            QStringLiteral("Models"), QStringLiteral("2.1"), QStringLiteral("Location"));
+        if (value != shortValue && value != longValue) {
+            ++torn;
+            ADD_FAILURE() << "read " << value.size()
+                          << " characters: " << value.left(40).toStdString();
+        }
+        ++reads;
+        writer.waitForFinished(0);
+        if (torn > 5) {
+            break;
+        }
+    }
+    ASSERT_TRUE(writer.state() == QProcess::NotRunning || writer.waitForFinished(120000));
+    EXPECT_EQ(writer.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(writer.exitCode(), 0);
+    EXPECT_EQ(torn, 0);
+    EXPECT_GT(reads, 10);
+    EXPECT_EQ(QDir(path()).entryList(QDir::Files | QDir::Hidden),
+              QStringList{QStringLiteral("inst.ini")});
+}
+
+// ---------------------------------------------------------------- locks of writers
+
+class WriterLocks : public ComponentStoreTest {
+protected:
+    QString store() const { return path(QStringLiteral("store.ini")); }
+    QProcessEnvironment writerEnvironment() const {
+        QProcessEnvironment environment = cleanEnvironment();
+        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), path(QStringLiteral("config")));
+        environment.insert(QStringLiteral("VEXIL_INSTALLINFO_FILE"), store());
+        return environment;
+    }
+    // Starts a process that writes key Comp0/p<process>/K0 of the store.
+    void startWriter(QProcess& writer, const char* process) const {
+        writer.setProcessEnvironment(writerEnvironment());
+        writer.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        writer.start(
+            QStringLiteral(ORRERY_COMPONENTS_DRIVER),
+            {QStringLiteral("write-installed"), QString::fromUtf8(process), QStringLiteral("1")});
+        ASSERT_TRUE(writer.waitForStarted());
+    }
+    QString written(const char* process) const {
+        QSettings settings(store(), QSettings::IniFormat);
+        return settings.value(QStringLiteral("Comp0/p%1/K0").arg(QString::fromUtf8(process)))
+            .toString();
+    }
+};
+
+TEST_F(WriterLocks, LockFilesLeftBehindDoNotDelayAWriter) {
+    // Both lock files name this running process, as a dead writer's do once its process id
+    // has been given to another; neither is held.
+    const QString scratch = path(QStringLiteral("scratch.lock"));
+    writeLiveLookingLockFile(QString(store() + QStringLiteral(".storelock")), scratch);
+    writeLiveLookingLockFile(QString(store() + QStringLiteral(".lock")), scratch);
+    env().set("VEXIL_INSTALLINFO_FILE", store().toStdString());
+    QElapsedTimer timer;
+    timer.start();
+    EXPECT_TRUE(
+        InstComponentData::SetInstComponentKey(QStringLiteral("Models"), QStringLiteral("2.1"),
+                                               QStringLiteral("Location"), QStringLiteral("/m")));
+    EXPECT_LT(timer.elapsed(), 5000);
+    EXPECT_EQ(readFile(store()), QByteArray("[Models]\n2.1\\Location=/m\n"));
+    EXPECT_EQ(QDir(path()).entryList(QDir::Files | QDir::Hidden),
+              QStringList{QStringLiteral("store.ini")});
+}
+
+TEST_F(WriterLocks, WriterWaitsWhileAnotherProcessHoldsTheLockAndGoesOnWhenItDies) {
+    QProcess holder;
+    holder.start(QStringLiteral(ORRERY_COMPONENTS_DRIVER),
+                 {QStringLiteral("hold-lock"), QString(store() + QStringLiteral(".storelock"))});
+    ASSERT_TRUE(holder.waitForReadyRead(30000));
+    ASSERT_EQ(holder.readAll(), QByteArray("held\n"));
+
+    QProcess writer;
+    startWriter(writer, "1");
+    EXPECT_FALSE(writer.waitForFinished(1000));
+    EXPECT_EQ(written("1"), QString());
+
+    holder.kill();
+    ASSERT_TRUE(holder.waitForFinished(30000));
+    QElapsedTimer timer;
+    timer.start();
+    ASSERT_TRUE(writer.waitForFinished(30000));
+    EXPECT_LT(timer.elapsed(), 5000);
+    EXPECT_EQ(writer.exitCode(), 0);
+    EXPECT_EQ(written("1"), QStringLiteral("v1.0"));
+    EXPECT_EQ(QDir(path()).entryList(QDir::Files | QDir::Hidden),
+              QStringList{QStringLiteral("store.ini")});
+}
+
+TEST_F(WriterLocks, SettingsLockThatIsHeldIsRespected) {
+    // A program that writes the store through QSettings alone holds only Qt's lock file; a
+    // writer of ours waits for it rather than take it away.
+    QLockFile settingsLock(QString(store() + QStringLiteral(".lock")));
+    ASSERT_TRUE(settingsLock.lock());
+    QProcess writer;
+    startWriter(writer, "2");
+    EXPECT_FALSE(writer.waitForFinished(1000));
+    EXPECT_EQ(written("2"), QString());
+    settingsLock.unlock();
+    ASSERT_TRUE(writer.waitForFinished(30000));
+    EXPECT_EQ(writer.exitCode(), 0);
+    EXPECT_EQ(written("2"), QStringLiteral("v2.0"));
 }
 
 using ConcurrentWriters = OrreryTest::TempDirTest;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // `orrery component`: the product's referred components through the tool.
 #include "tooltest.h"
+#include "treesnapshot.h"
 
 #include <gtest/gtest.h>
 
@@ -47,6 +48,20 @@ TEST_F(OrreryComponent, LocatesTheHighestVersionOrTheOneGiven) {
         {QStringLiteral("locate"), root, QStringLiteral("Models"), QStringLiteral("--no-expand")});
     ASSERT_TRUE(succeeded(result));
     EXPECT_EQ(result.out, QStringLiteral("$(KORVANE_DIR)/components/models-2.0\n"));
+}
+
+TEST_F(OrreryComponent, LocateAndGetLeaveTheProductFolderAsItWas) {
+    OrreryTest::ageTree(root);
+    const std::string before = OrreryTest::snapshotTree(root);
+    EXPECT_TRUE(succeeded(component({QStringLiteral("locate"), root, QStringLiteral("Models")})));
+    EXPECT_TRUE(succeeded(component(
+        {QStringLiteral("locate"), root, QStringLiteral("Models"), QStringLiteral("1.0")})));
+    EXPECT_TRUE(succeeded(component({QStringLiteral("locate"), root, QStringLiteral("Models"),
+                                     QStringLiteral("--no-expand")})));
+    EXPECT_TRUE(succeeded(component({QStringLiteral("get"), root, QStringLiteral("Models"),
+                                     QStringLiteral("2.0"), QStringLiteral("RefCount")})));
+    EXPECT_EQ(component({QStringLiteral("locate"), root, QStringLiteral("Solver")}).exitCode, 1);
+    EXPECT_EQ(OrreryTest::snapshotTree(root), before);
 }
 
 TEST_F(OrreryComponent, GetsSetsAndRemovesKeys) {
