@@ -9,6 +9,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -56,6 +57,55 @@ std::unique_ptr<TracedObject> tracedTree(Journal* journal) {
     b->InsertProperty(new TracedLeaf(S("z"), journal));
     return root;
 }
+
+// A leaf whose path-change hook runs an action once, between two journal entries.
+class HookLeaf : public SimpleProperty {
+public:
+    HookLeaf(const QString& name, Journal* journal) : SimpleProperty(name), journal_(journal) {}
+    std::function<void()> action;
+
+private:
+    void OnPathChanged() override {
+        if (!action) {
+            return;
+        }
+        const std::function<void()> run = std::move(action);
+        action = nullptr;
+        journal_->add(S("hook"), GetName());
+        run();
+        journal_->add(S("hook end"), GetName());
+    }
+
+    Journal* journal_;
+};
+
+// root { a { h }, b { t { z } } }, in the container `holder` or parentless: h runs the
+// action, z records its path changes.
+struct HookTree {
+    HookTree(PropertyObject* holder, Journal* journal)
+        : root(new PropertyObject(S("root"))),
+          a(new PropertyObject(S("a"))),
+          b(new PropertyObject(S("b"))),
+          t(new PropertyObject(S("t"))),
+          h(new HookLeaf(S("h"), journal)) {
+        if (holder != nullptr) {
+            holder->InsertProperty(root);
+        } else {
+            owned.reset(root);
+        }
+        root->InsertProperty(a);
+        root->InsertProperty(b);
+        a->InsertProperty(h);
+        b->InsertProperty(t);
+        t->InsertProperty(new TracedLeaf(S("z"), journal));
+    }
+    std::unique_ptr<PropertyObject> owned;
+    PropertyObject* root;
+    PropertyObject* a;
+    PropertyObject* b;
+    PropertyObject* t;
+    HookLeaf* h;
+};
 
 }  // namespace
 
@@ -441,6 +491,86 @@ TEST(PropertyObject, RenamingAContainerNotifiesItsDescendants) {
                                            S("path x"), S("path y")}));
     EXPECT_EQ(root->ResolvePath(S("/c/x")),
               dynamic_cast<PropertyObject*>(a)->GetPropertyPtr(S("x")));
+}
+
+TEST(PropertyObject, HookThatRenamesAContainerReturnsAfterItsSubtreeHeardOfIt) {
+    Journal journal;
+    HookTree tree(nullptr, &journal);
+    tree.h->action = [&tree] { tree.b->SetName(S("c")); };
+    journal.events.clear();
+    ASSERT_EQ(tree.root->SetName(S("renamed")), RESULT_OK);
+    // Taken out, inserted again and renamed inside the hook; then the walk of the root
+    // reaches the container under its new name.
+    EXPECT_EQ(journal.events, QStringList({S("hook h"), S("path z"), S("path z"), S("path z"),
+                                           S("hook end h"), S("path z")}));
+}
+
+TEST(PropertyObject, HookFarDownATreeThatRenamesAContainerReturnsAfterItsSubtreeHeardOfIt) {
+    Journal journal;
+    // The hook tree 1000 levels down a chain of containers.
+    PropertyObject top(S("top"));
+    PropertyObject* node = &top;
+    for (int level = 1; level < 1000; ++level) {
+        auto* child = new PropertyObject(QString(S("c") + QString::number(level)));
+        node->InsertProperty(child);
+        node = child;
+    }
+    HookTree tree(node, &journal);
+    tree.h->action = [&tree] { tree.b->SetName(S("c")); };
+    journal.events.clear();
+    ASSERT_EQ(top.SetName(S("renamed")), RESULT_OK);
+    EXPECT_EQ(journal.events, QStringList({S("hook h"), S("path z"), S("path z"), S("path z"),
+                                           S("hook end h"), S("path z")}));
+}
+
+TEST(PropertyObject, HookThatDeletesALaterSiblingEndsItsPartOfTheWalkAtAnyDepth) {
+    for (int depth : {1, 1000}) {
+        Journal journal;
+        PropertyObject root(S("root"));
+        PropertyObject* node = &root;
+        for (int level = 1; level < depth; ++level) {
+            auto* child = new PropertyObject(QString(S("c") + QString::number(level)));
+            node->InsertProperty(child);
+            node = child;
+        }
+        auto* hook = new HookLeaf(S("a"), &journal);
+        node->InsertProperty(hook);
+        node->InsertProperty(new TracedLeaf(S("b"), &journal));
+        node->InsertProperty(new TracedLeaf(S("c"), &journal));
+        hook->action = [node] { node->DeleteProperty(S("b")); };
+        journal.events.clear();
+        ASSERT_EQ(root.SetName(S("renamed")), RESULT_OK);
+        EXPECT_EQ(journal.events,
+                  QStringList({S("hook a"), S("path b"), S("~ b"), S("hook end a"), S("path c")}))
+            << "depth " << depth;
+    }
+}
+
+TEST(PropertyObject, HookThatMovesAContainerReturnsAfterItsSubtreeHeardOfIt) {
+    Journal journal;
+    HookTree tree(nullptr, &journal);
+    tree.h->action = [&tree] { tree.a->InsertProperty(tree.b->TakeProperty(S("t"))); };
+    journal.events.clear();
+    ASSERT_EQ(tree.root->SetName(S("renamed")), RESULT_OK);
+    // The walk of a goes on to t, which now follows h in a.
+    EXPECT_EQ(journal.events,
+              QStringList({S("hook h"), S("path z"), S("path z"), S("hook end h"), S("path z")}));
+    EXPECT_EQ(tree.t->GetParent(), tree.a);
+}
+
+TEST(PropertyObject, HookThatInsertsAContainerReturnsAfterItsSubtreeHeardOfIt) {
+    Journal journal;
+    HookTree tree(nullptr, &journal);
+    auto* added = new PropertyObject(S("added"));
+    auto* inner = new PropertyObject(S("inner"));
+    added->InsertProperty(inner);
+    inner->InsertProperty(new TracedLeaf(S("w"), &journal));
+    tree.h->action = [&tree, added] { tree.b->InsertProperty(added); };
+    journal.events.clear();
+    ASSERT_EQ(tree.a->SetName(S("first")), RESULT_OK);
+    // Renaming a notifies h three times; the hook runs on the first.
+    EXPECT_EQ(journal.events, QStringList({S("hook h"), S("path w"), S("hook end h")}));
+    EXPECT_EQ(added->GetParent(), tree.b);
 }
 
 TEST(PropertyObject, CopyHoldsClonesOfTheChildren) {
