@@ -1,23 +1,21 @@
 // SPDX-License-Identifier: MIT
 // The container node: owned children in name order, insertion and removal, copies.
 //
-// Path-change notification and destruction recurse once per level, so that every
-// node, and a client's subclass of it, sees each step in the defined order and state:
-// a node is still in its container while its destructor runs, and a notification has
-// reached the whole subtree when the call returns.
+// Work over a subtree (path-change notification, destruction, deep copy) recurses
+// once per level, so that every node, and a client's subclass of it, sees each step
+// in the defined order and state: a copy holds copies of all its children before it
+// is inserted in its parent, a node is still in its container while its destructor
+// runs, and a notification has reached the whole subtree when the call returns.
 //
 // A chain of 100,000 nested containers would exhaust the call stack that way, so
 // once kMaxRecursion levels of this work are nested on a thread, whatever lies
 // deeper is done by an explicit loop. The loop visits the nodes in the same
-// depth-first, name order, but at those depths the descendants of a destroyed
+// depth-first, name order, but at those depths a container's copy gets its
+// children only after its DoClone() returns, the descendants of a destroyed
 // container are detached before their destructors run, and a container passes a
 // notification on to its children only after its own OnPathChanged() returns.
 // The loops are kept out of line, so that the frames which the recursion repeats stay
 // small.
-//
-// A deep copy runs as an explicit loop at every depth. When it reaches a child
-// container while a copy loop is already running on this thread, it hands the
-// child's work to that loop, which does it next.
 
 #include <orrery/property.h>
 
@@ -36,11 +34,11 @@ namespace {
 
 // Levels of tree work nested on one thread's call stack before the rest goes to a loop.
 // Measured stack per level (GCC 12, x86-64, -O2, chains of plain containers and of a
-// client subclass with its own destructor): notification 64 bytes, destruction 112;
-// with ASan and UBSan: notification 416, destruction 432, and 544 with the client
-// subclass. 64 levels thus take at most 7 KiB, or 35 KiB under the sanitizers: a
-// seventh of a 256 KiB thread stack, which leaves room for the caller, for the
-// subclasses' own frames and for compilers that make larger frames.
+// client subclass with its own destructor and DoClone()): copy 96 bytes, notification
+// 64, destruction 112; with ASan and UBSan: copy 384, notification 416, destruction 432,
+// and 544 with the client subclass. 64 levels thus take at most 7 KiB, or 35 KiB under
+// the sanitizers: a seventh of a 256 KiB thread stack, which leaves room for the
+// caller, for the subclasses' own frames and for compilers that make larger frames.
 constexpr int kMaxRecursion = 64;
 
 // Levels of tree work now nested on this thread's call stack.
@@ -76,7 +74,7 @@ struct DestroyWalk {
 };
 thread_local DestroyWalk* t_destroyWalk = nullptr;
 
-// A running deep copy: the source node whose Clone() the loop is calling, and the
+// A running copy loop: the source node whose Clone() the loop is calling, and the
 // copies made from it whose children the loop still has to fill in.
 using CloneFill = std::pair<PropertyObject*, const PropertyObject*>;
 struct CloneWalk {
@@ -100,14 +98,66 @@ private:
 };
 
 // Forgets the pending fill of a copy that is destroyed before the loop reaches it.
-void forgetCloneTarget(const PropertyObject* target) {
-    if (t_cloneWalk.pending == nullptr) {
-        return;
-    }
+Q_NEVER_INLINE void forgetCloneTarget(const PropertyObject* target) {
     std::vector<CloneFill>& pending = *t_cloneWalk.pending;
     pending.erase(std::remove_if(pending.begin(), pending.end(),
                                  [target](const CloneFill& fill) { return fill.first == target; }),
                   pending.end());
+}
+
+// Inserts a copy made for a deep copy. The result is not passed on; a parentless copy
+// that could not be inserted would belong to nobody, so it is freed.
+void insertCopy(PropertyObject* target, AbstractProperty* copy) {
+    if (copy != nullptr && target->InsertProperty(copy) != RESULT_OK &&
+        copy->GetParent() == nullptr) {
+        delete copy;
+    }
+}
+
+// The loop form of copying the children of `source` into `target`.
+Q_NEVER_INLINE void copyChildrenInLoop(PropertyObject* target, const PropertyObject& source) {
+    if (t_cloneWalk.pending != nullptr && t_cloneWalk.current == &source) {
+        // This is the copy of a container that a running copy loop is cloning: the loop
+        // fills in the children right after this copy is inserted in its new parent.
+        forgetCloneTarget(target);
+        t_cloneWalk.pending->emplace_back(target, &source);
+        return;
+    }
+
+    struct Frame {
+        PropertyObject* target;
+        QList<AbstractProperty*> sources;
+        int next;
+    };
+    const auto childrenOf = [](const PropertyObject& object) {
+        QList<AbstractProperty*> list;
+        object.GetPropertyList(&list);
+        return list;
+    };
+
+    std::vector<CloneFill> pending;
+    ScopedSlot<CloneWalk> walk(t_cloneWalk, CloneWalk{nullptr, &pending});
+    std::vector<Frame> frames;
+    frames.push_back(Frame{target, childrenOf(source), 0});
+    while (!frames.empty()) {
+        Frame& frame = frames.back();
+        if (frame.next == frame.sources.size()) {
+            frames.pop_back();
+            continue;
+        }
+        const AbstractProperty* child = frame.sources.at(frame.next++);
+        PropertyObject* container = frame.target;
+
+        t_cloneWalk.current = child;
+        AbstractProperty* copy = child->Clone();
+        t_cloneWalk.current = nullptr;
+        insertCopy(container, copy);
+        // Copies made by that Clone() get their children next, in the order they were made.
+        for (auto it = pending.rbegin(); it != pending.rend(); ++it) {
+            frames.push_back(Frame{it->first, childrenOf(*it->second), 0});
+        }
+        pending.clear();
+    }
 }
 
 // The loop form of destroying the children `list` of a container, which still hold it
@@ -169,7 +219,9 @@ PropertyObject::~PropertyObject() {
     } else {
         DeleteProperties();
     }
-    forgetCloneTarget(this);
+    if (t_cloneWalk.pending != nullptr) {
+        forgetCloneTarget(this);
+    }
 }
 
 const QString& PropertyObject::StaticType() {
@@ -207,53 +259,14 @@ PropertyObject& PropertyObject::operator=(const PropertyObject& other) {
     }
     DeleteProperties();
     AbstractProperty::operator=(other);
-
-    if (t_cloneWalk.pending != nullptr && t_cloneWalk.current == &other) {
-        // This is the copy of a container that a running copy loop is cloning: the loop
-        // fills in the children right after this copy is inserted in its new parent.
-        forgetCloneTarget(this);
-        t_cloneWalk.pending->emplace_back(this, &other);
-        return *this;
-    }
-
-    struct Frame {
-        PropertyObject* target;
-        QList<const AbstractProperty*> sources;
-        int next;
-    };
-    const auto childrenOf = [](const PropertyObject& source) {
-        QList<const AbstractProperty*> list;
-        source.ForEachProperty([&list](const AbstractProperty* child) { list.append(child); });
-        return list;
-    };
-
-    std::vector<CloneFill> pending;
-    ScopedSlot<CloneWalk> walk(t_cloneWalk, CloneWalk{nullptr, &pending});
-    std::vector<Frame> frames;
-    frames.push_back(Frame{this, childrenOf(other), 0});
-    while (!frames.empty()) {
-        Frame& frame = frames.back();
-        if (frame.next == frame.sources.size()) {
-            frames.pop_back();
-            continue;
+    if (t_recursion < kMaxRecursion) {
+        RecursionLevel level;
+        // A plain loop over the map: this frame is repeated for every level of the copy.
+        for (auto it = other.children.cbegin(); it != other.children.cend(); ++it) {
+            insertCopy(this, it.value()->Clone());
         }
-        const AbstractProperty* source = frame.sources.at(frame.next++);
-        PropertyObject* target = frame.target;
-
-        t_cloneWalk.current = source;
-        AbstractProperty* copy = source->Clone();
-        t_cloneWalk.current = nullptr;
-        // The result is not passed on; a parentless copy that could not be inserted
-        // would belong to nobody, so it is freed.
-        if (copy != nullptr && target->InsertProperty(copy) != RESULT_OK &&
-            copy->GetParent() == nullptr) {
-            delete copy;
-        }
-        // Copies made by that Clone() get their children next, in the order they were made.
-        for (auto it = pending.rbegin(); it != pending.rend(); ++it) {
-            frames.push_back(Frame{it->first, childrenOf(*it->second), 0});
-        }
-        pending.clear();
+    } else {
+        copyChildrenInLoop(this, other);
     }
     return *this;
 }

@@ -58,6 +58,50 @@ std::unique_ptr<TracedObject> tracedTree(Journal* journal) {
     return root;
 }
 
+// A client container whose DoClone() copies through a temporary.
+class ViaTemporaryObject : public PropertyObject {
+public:
+    explicit ViaTemporaryObject(const QString& name) : PropertyObject(name) {}
+    ViaTemporaryObject(const ViaTemporaryObject& other) = default;
+
+protected:
+    AbstractProperty* DoClone() const override {
+        ViaTemporaryObject temporary(*this);
+        return new ViaTemporaryObject(temporary);
+    }
+};
+
+// A client container whose DoClone() leaves the child "scratch" out of the copy and
+// records the result of deleting it.
+class PruningObject : public PropertyObject {
+public:
+    PruningObject(const QString& name, std::vector<ERESULT>* results)
+        : PropertyObject(name), results_(results) {}
+    PruningObject(const PruningObject& other) = default;
+
+protected:
+    AbstractProperty* DoClone() const override {
+        auto* copy = new PruningObject(*this);
+        results_->push_back(copy->DeleteProperty(S("scratch")));
+        return copy;
+    }
+
+private:
+    std::vector<ERESULT>* results_;
+};
+
+// A client container whose copy constructor counts the children of the new copy.
+class CountingCopyObject : public PropertyObject {
+public:
+    explicit CountingCopyObject(const QString& name) : PropertyObject(name) {}
+    CountingCopyObject(const CountingCopyObject& other)
+        : PropertyObject(other), childrenWhenCopied(GetPropertyCount()) {}
+    int childrenWhenCopied = -1;
+
+protected:
+    AbstractProperty* DoClone() const override { return new CountingCopyObject(*this); }
+};
+
 // A leaf whose path-change hook runs an action once, between two journal entries.
 class HookLeaf : public SimpleProperty {
 public:
@@ -571,6 +615,68 @@ TEST(PropertyObject, HookThatInsertsAContainerReturnsAfterItsSubtreeHeardOfIt) {
     // Renaming a notifies h three times; the hook runs on the first.
     EXPECT_EQ(journal.events, QStringList({S("hook h"), S("path w"), S("hook end h")}));
     EXPECT_EQ(added->GetParent(), tree.b);
+}
+
+TEST(PropertyObject, CopyInsertsCompleteCopiesOfTheChildrenOneAfterTheOther) {
+    Journal journal;
+    auto root = tracedTree(&journal);
+    journal.events.clear();
+    std::unique_ptr<AbstractProperty> clone(root->Clone());
+    // Each container copy is complete before it is inserted; inserting it tells its
+    // whole subtree again.
+    EXPECT_EQ(journal.events, QStringList({S("clone root"), S("clone a"), S("clone x"), S("path x"),
+                                           S("clone y"), S("path y"), S("path x"), S("path y"),
+                                           S("clone b"), S("clone z"), S("path z"), S("path z")}));
+}
+
+TEST(PropertyObject, CopyOfASubclassThatClonesThroughATemporaryKeepsTheChildren) {
+    PropertyObject root(S("root"));
+    auto* object = new ViaTemporaryObject(S("object"));
+    auto* inner = new PropertyObject(S("inner"));
+    ASSERT_EQ(root.InsertProperty(object), RESULT_OK);
+    ASSERT_EQ(object->InsertProperty(new SimpleProperty(S("x"))), RESULT_OK);
+    ASSERT_EQ(object->InsertProperty(inner), RESULT_OK);
+    ASSERT_EQ(inner->InsertProperty(new SimpleProperty(S("y"))), RESULT_OK);
+    std::unique_ptr<AbstractProperty> clone(root.Clone());
+    auto* copy = dynamic_cast<PropertyObject*>(clone.get());
+    ASSERT_NE(copy, nullptr);
+    auto* copied = dynamic_cast<ViaTemporaryObject*>(copy->GetPropertyPtr(S("object")));
+    ASSERT_NE(copied, nullptr);
+    EXPECT_EQ(childNames(*copied), QStringList({S("inner"), S("x")}));
+    const AbstractProperty* copiedY = copy->ResolvePath(S("/object/inner/y"));
+    ASSERT_NE(copiedY, nullptr);
+    EXPECT_NE(copiedY, root.ResolvePath(S("/object/inner/y")));
+}
+
+TEST(PropertyObject, DoCloneOfASubclassEditsACompleteCopy) {
+    std::vector<ERESULT> results;
+    PropertyObject root(S("root"));
+    auto* object = new PruningObject(S("object"), &results);
+    ASSERT_EQ(root.InsertProperty(object), RESULT_OK);
+    ASSERT_EQ(object->InsertProperty(new SimpleProperty(S("keep"))), RESULT_OK);
+    ASSERT_EQ(object->InsertProperty(new SimpleProperty(S("scratch"))), RESULT_OK);
+    std::unique_ptr<AbstractProperty> clone(root.Clone());
+    EXPECT_EQ(results, std::vector<ERESULT>{RESULT_OK});
+    auto* copy = dynamic_cast<PropertyObject*>(clone.get());
+    ASSERT_NE(copy, nullptr);
+    auto* copied = dynamic_cast<PropertyObject*>(copy->GetPropertyPtr(S("object")));
+    ASSERT_NE(copied, nullptr);
+    EXPECT_EQ(childNames(*copied), QStringList{S("keep")});
+    EXPECT_EQ(childNames(*object), QStringList({S("keep"), S("scratch")}));
+}
+
+TEST(PropertyObject, CopyConstructorOfASubclassSeesTheCopiedChildren) {
+    PropertyObject root(S("root"));
+    auto* object = new CountingCopyObject(S("object"));
+    ASSERT_EQ(root.InsertProperty(object), RESULT_OK);
+    ASSERT_EQ(object->InsertProperty(new SimpleProperty(S("a"))), RESULT_OK);
+    ASSERT_EQ(object->InsertProperty(new PropertyObject(S("b"))), RESULT_OK);
+    std::unique_ptr<AbstractProperty> clone(root.Clone());
+    auto* copy = dynamic_cast<PropertyObject*>(clone.get());
+    ASSERT_NE(copy, nullptr);
+    auto* copied = dynamic_cast<CountingCopyObject*>(copy->GetPropertyPtr(S("object")));
+    ASSERT_NE(copied, nullptr);
+    EXPECT_EQ(copied->childrenWhenCopied, 2);
 }
 
 TEST(PropertyObject, CopyHoldsClonesOfTheChildren) {
