@@ -191,9 +191,11 @@ protected:
     /**
      * @brief A new deep copy of the node, parentless, owned by the caller.
      *
-     * While a tree is cloned, the children of a container copy are copied in after
-     * the container's own DoClone() returns (parents before children, in name order),
-     * which keeps the copy of very deep trees off the call stack.
+     * While a tree is cloned, the copy of each container already holds copies of all
+     * its children when its DoClone() returns. Only more than 64 levels below the node
+     * being cloned, the children of a container copy are copied in after its DoClone()
+     * returns (parents before children, in name order), which keeps the copy of very
+     * deep trees off the call stack.
      */
     virtual AbstractProperty* DoClone() const = 0;
 

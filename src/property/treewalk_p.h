@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Bookkeeping of the depth-first walks over a property tree (notification,
-// destruction, cloning), which run as explicit loops; see propertyobject.cpp.
+// destruction, cloning), for the levels they reach as explicit loops rather than by
+// recursion; see propertyobject.cpp.
 #pragma once
 
 namespace Orrery {

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <orrery/datafile.h>
 #include <orrery/property.h>
 
 #include "testutil.h"
@@ -7,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <QString>
+#include <QStringList>
 
 #include <atomic>
 #include <memory>
@@ -45,6 +47,44 @@ public:
     unsigned int GetTypeFlags() const override {
         return Property::TYPE_SIMPLE_PROPERTY | Property::TYPE_VARIABLE;
     }
+};
+
+// A leaf that records, in its destructor, where it still stands: its full path, the
+// number of entries its container still holds and whether it is one of them, and its
+// data file.
+class WitnessLeaf : public SimpleProperty {
+public:
+    WitnessLeaf(const QString& name, QStringList* records, const DataFile** file = nullptr)
+        : SimpleProperty(name), records_(records), file_(file) {}
+    ~WitnessLeaf() override {
+        PropertyObject* container = GetParent();
+        const bool listed = container != nullptr && container->GetPropertyPtr(GetName()) == this;
+        *records_ << QStringLiteral("%1 %2 %3")
+                         .arg(GetFullPath())
+                         .arg(container != nullptr ? container->GetPropertyCount() : -1)
+                         .arg(listed ? QStringLiteral("listed") : QStringLiteral("unlisted"));
+        if (file_ != nullptr) {
+            *file_ = GetDataFile();
+        }
+    }
+
+private:
+    QStringList* records_;
+    const DataFile** file_;
+};
+
+// A data file kind that keeps its contents in memory only.
+class MemoryFile : public DataFile {
+public:
+    MemoryFile() : DataFile(QStringLiteral("memory.test"), OpenModeNone) {
+        contents = new RootProperty(this);
+    }
+    PropertyObject* Root() { return contents; }
+    void Load() override {}
+    bool Save() override { return false; }
+    bool IsLoaded() const override { return true; }
+    bool IsModified() const override { return false; }
+    QString GetFileType() const override { return QStringLiteral("Memory"); }
 };
 
 }  // namespace
@@ -366,6 +406,34 @@ TEST(AbstractProperty, DestroyingAChildInAContainerRemovesTheEntry) {
     QList<AbstractProperty*> list;
     parent.GetPropertyList(&list);
     EXPECT_TRUE(list.isEmpty());
+}
+
+TEST(AbstractProperty, DestructorOfANodeDeepInADestroyedTreeStillSeesItsPlace) {
+    QStringList records;
+    auto* root = new PropertyObject(S("root"));
+    auto* g = new PropertyObject(S("g"));
+    ASSERT_EQ(root->InsertProperty(g), RESULT_OK);
+    ASSERT_EQ(g->InsertProperty(new WitnessLeaf(S("L"), &records)), RESULT_OK);
+    ASSERT_EQ(g->InsertProperty(new WitnessLeaf(S("M"), &records)), RESULT_OK);
+    delete root;
+    // Each leaf is destroyed while still in its container, which drops it afterwards.
+    EXPECT_EQ(records, QStringList({S("/g/L 2 listed"), S("/g/M 1 listed")}));
+}
+
+TEST(AbstractProperty, DestructorOfANodeDeepInADestroyedSubtreeStillFindsItsDataFile) {
+    QStringList records;
+    const DataFile* seen = nullptr;
+    MemoryFile file;
+    auto* s = new PropertyObject(S("s"));
+    auto* g = new PropertyObject(S("g"));
+    ASSERT_EQ(file.Root()->InsertProperty(s), RESULT_OK);
+    ASSERT_EQ(s->InsertProperty(g), RESULT_OK);
+    ASSERT_EQ(g->InsertProperty(new WitnessLeaf(S("L"), &records, &seen)), RESULT_OK);
+    // Deleted in place: DeleteProperty() would take it out of the file first.
+    delete s;
+    EXPECT_EQ(records, QStringList{S("/s/g/L 1 listed")});
+    EXPECT_EQ(seen, &file);
+    EXPECT_EQ(file.Root()->GetPropertyCount(), 0);
 }
 
 TEST(AbstractProperty, RootPropertyIsTheTopmostAncestor) {

@@ -9,6 +9,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -56,6 +57,99 @@ std::unique_ptr<TracedObject> tracedTree(Journal* journal) {
     b->InsertProperty(new TracedLeaf(S("z"), journal));
     return root;
 }
+
+// A client container whose DoClone() copies through a temporary.
+class ViaTemporaryObject : public PropertyObject {
+public:
+    explicit ViaTemporaryObject(const QString& name) : PropertyObject(name) {}
+    ViaTemporaryObject(const ViaTemporaryObject& other) = default;
+
+protected:
+    AbstractProperty* DoClone() const override {
+        ViaTemporaryObject temporary(*this);
+        return new ViaTemporaryObject(temporary);
+    }
+};
+
+// A client container whose DoClone() leaves the child "scratch" out of the copy and
+// records the result of deleting it.
+class PruningObject : public PropertyObject {
+public:
+    PruningObject(const QString& name, std::vector<ERESULT>* results)
+        : PropertyObject(name), results_(results) {}
+    PruningObject(const PruningObject& other) = default;
+
+protected:
+    AbstractProperty* DoClone() const override {
+        auto* copy = new PruningObject(*this);
+        results_->push_back(copy->DeleteProperty(S("scratch")));
+        return copy;
+    }
+
+private:
+    std::vector<ERESULT>* results_;
+};
+
+// A client container whose copy constructor counts the children of the new copy.
+class CountingCopyObject : public PropertyObject {
+public:
+    explicit CountingCopyObject(const QString& name) : PropertyObject(name) {}
+    CountingCopyObject(const CountingCopyObject& other)
+        : PropertyObject(other), childrenWhenCopied(GetPropertyCount()) {}
+    int childrenWhenCopied = -1;
+
+protected:
+    AbstractProperty* DoClone() const override { return new CountingCopyObject(*this); }
+};
+
+// A leaf whose path-change hook runs an action once, between two journal entries.
+class HookLeaf : public SimpleProperty {
+public:
+    HookLeaf(const QString& name, Journal* journal) : SimpleProperty(name), journal_(journal) {}
+    std::function<void()> action;
+
+private:
+    void OnPathChanged() override {
+        if (!action) {
+            return;
+        }
+        const std::function<void()> run = std::move(action);
+        action = nullptr;
+        journal_->add(S("hook"), GetName());
+        run();
+        journal_->add(S("hook end"), GetName());
+    }
+
+    Journal* journal_;
+};
+
+// root { a { h }, b { t { z } } }, in the container `holder` or parentless: h runs the
+// action, z records its path changes.
+struct HookTree {
+    HookTree(PropertyObject* holder, Journal* journal)
+        : root(new PropertyObject(S("root"))),
+          a(new PropertyObject(S("a"))),
+          b(new PropertyObject(S("b"))),
+          t(new PropertyObject(S("t"))),
+          h(new HookLeaf(S("h"), journal)) {
+        if (holder != nullptr) {
+            holder->InsertProperty(root);
+        } else {
+            owned.reset(root);
+        }
+        root->InsertProperty(a);
+        root->InsertProperty(b);
+        a->InsertProperty(h);
+        b->InsertProperty(t);
+        t->InsertProperty(new TracedLeaf(S("z"), journal));
+    }
+    std::unique_ptr<PropertyObject> owned;
+    PropertyObject* root;
+    PropertyObject* a;
+    PropertyObject* b;
+    PropertyObject* t;
+    HookLeaf* h;
+};
 
 }  // namespace
 
@@ -441,6 +535,148 @@ TEST(PropertyObject, RenamingAContainerNotifiesItsDescendants) {
                                            S("path x"), S("path y")}));
     EXPECT_EQ(root->ResolvePath(S("/c/x")),
               dynamic_cast<PropertyObject*>(a)->GetPropertyPtr(S("x")));
+}
+
+TEST(PropertyObject, HookThatRenamesAContainerReturnsAfterItsSubtreeHeardOfIt) {
+    Journal journal;
+    HookTree tree(nullptr, &journal);
+    tree.h->action = [&tree] { tree.b->SetName(S("c")); };
+    journal.events.clear();
+    ASSERT_EQ(tree.root->SetName(S("renamed")), RESULT_OK);
+    // Taken out, inserted again and renamed inside the hook; then the walk of the root
+    // reaches the container under its new name.
+    EXPECT_EQ(journal.events, QStringList({S("hook h"), S("path z"), S("path z"), S("path z"),
+                                           S("hook end h"), S("path z")}));
+}
+
+TEST(PropertyObject, HookFarDownATreeThatRenamesAContainerReturnsAfterItsSubtreeHeardOfIt) {
+    Journal journal;
+    // The hook tree 1000 levels down a chain of containers.
+    PropertyObject top(S("top"));
+    PropertyObject* node = &top;
+    for (int level = 1; level < 1000; ++level) {
+        auto* child = new PropertyObject(QString(S("c") + QString::number(level)));
+        node->InsertProperty(child);
+        node = child;
+    }
+    HookTree tree(node, &journal);
+    tree.h->action = [&tree] { tree.b->SetName(S("c")); };
+    journal.events.clear();
+    ASSERT_EQ(top.SetName(S("renamed")), RESULT_OK);
+    EXPECT_EQ(journal.events, QStringList({S("hook h"), S("path z"), S("path z"), S("path z"),
+                                           S("hook end h"), S("path z")}));
+}
+
+TEST(PropertyObject, HookThatDeletesALaterSiblingEndsItsPartOfTheWalkAtAnyDepth) {
+    for (int depth : {1, 1000}) {
+        Journal journal;
+        PropertyObject root(S("root"));
+        PropertyObject* node = &root;
+        for (int level = 1; level < depth; ++level) {
+            auto* child = new PropertyObject(QString(S("c") + QString::number(level)));
+            node->InsertProperty(child);
+            node = child;
+        }
+        auto* hook = new HookLeaf(S("a"), &journal);
+        node->InsertProperty(hook);
+        node->InsertProperty(new TracedLeaf(S("b"), &journal));
+        node->InsertProperty(new TracedLeaf(S("c"), &journal));
+        hook->action = [node] { node->DeleteProperty(S("b")); };
+        journal.events.clear();
+        ASSERT_EQ(root.SetName(S("renamed")), RESULT_OK);
+        EXPECT_EQ(journal.events,
+                  QStringList({S("hook a"), S("path b"), S("~ b"), S("hook end a"), S("path c")}))
+            << "depth " << depth;
+    }
+}
+
+TEST(PropertyObject, HookThatMovesAContainerReturnsAfterItsSubtreeHeardOfIt) {
+    Journal journal;
+    HookTree tree(nullptr, &journal);
+    tree.h->action = [&tree] { tree.a->InsertProperty(tree.b->TakeProperty(S("t"))); };
+    journal.events.clear();
+    ASSERT_EQ(tree.root->SetName(S("renamed")), RESULT_OK);
+    // The walk of a goes on to t, which now follows h in a.
+    EXPECT_EQ(journal.events,
+              QStringList({S("hook h"), S("path z"), S("path z"), S("hook end h"), S("path z")}));
+    EXPECT_EQ(tree.t->GetParent(), tree.a);
+}
+
+TEST(PropertyObject, HookThatInsertsAContainerReturnsAfterItsSubtreeHeardOfIt) {
+    Journal journal;
+    HookTree tree(nullptr, &journal);
+    auto* added = new PropertyObject(S("added"));
+    auto* inner = new PropertyObject(S("inner"));
+    added->InsertProperty(inner);
+    inner->InsertProperty(new TracedLeaf(S("w"), &journal));
+    tree.h->action = [&tree, added] { tree.b->InsertProperty(added); };
+    journal.events.clear();
+    ASSERT_EQ(tree.a->SetName(S("first")), RESULT_OK);
+    // Renaming a notifies h three times; the hook runs on the first.
+    EXPECT_EQ(journal.events, QStringList({S("hook h"), S("path w"), S("hook end h")}));
+    EXPECT_EQ(added->GetParent(), tree.b);
+}
+
+TEST(PropertyObject, CopyInsertsCompleteCopiesOfTheChildrenOneAfterTheOther) {
+    Journal journal;
+    auto root = tracedTree(&journal);
+    journal.events.clear();
+    std::unique_ptr<AbstractProperty> clone(root->Clone());
+    // Each container copy is complete before it is inserted; inserting it tells its
+    // whole subtree again.
+    EXPECT_EQ(journal.events, QStringList({S("clone root"), S("clone a"), S("clone x"), S("path x"),
+                                           S("clone y"), S("path y"), S("path x"), S("path y"),
+                                           S("clone b"), S("clone z"), S("path z"), S("path z")}));
+}
+
+TEST(PropertyObject, CopyOfASubclassThatClonesThroughATemporaryKeepsTheChildren) {
+    PropertyObject root(S("root"));
+    auto* object = new ViaTemporaryObject(S("object"));
+    auto* inner = new PropertyObject(S("inner"));
+    ASSERT_EQ(root.InsertProperty(object), RESULT_OK);
+    ASSERT_EQ(object->InsertProperty(new SimpleProperty(S("x"))), RESULT_OK);
+    ASSERT_EQ(object->InsertProperty(inner), RESULT_OK);
+    ASSERT_EQ(inner->InsertProperty(new SimpleProperty(S("y"))), RESULT_OK);
+    std::unique_ptr<AbstractProperty> clone(root.Clone());
+    auto* copy = dynamic_cast<PropertyObject*>(clone.get());
+    ASSERT_NE(copy, nullptr);
+    auto* copied = dynamic_cast<ViaTemporaryObject*>(copy->GetPropertyPtr(S("object")));
+    ASSERT_NE(copied, nullptr);
+    EXPECT_EQ(childNames(*copied), QStringList({S("inner"), S("x")}));
+    const AbstractProperty* copiedY = copy->ResolvePath(S("/object/inner/y"));
+    ASSERT_NE(copiedY, nullptr);
+    EXPECT_NE(copiedY, root.ResolvePath(S("/object/inner/y")));
+}
+
+TEST(PropertyObject, DoCloneOfASubclassEditsACompleteCopy) {
+    std::vector<ERESULT> results;
+    PropertyObject root(S("root"));
+    auto* object = new PruningObject(S("object"), &results);
+    ASSERT_EQ(root.InsertProperty(object), RESULT_OK);
+    ASSERT_EQ(object->InsertProperty(new SimpleProperty(S("keep"))), RESULT_OK);
+    ASSERT_EQ(object->InsertProperty(new SimpleProperty(S("scratch"))), RESULT_OK);
+    std::unique_ptr<AbstractProperty> clone(root.Clone());
+    EXPECT_EQ(results, std::vector<ERESULT>{RESULT_OK});
+    auto* copy = dynamic_cast<PropertyObject*>(clone.get());
+    ASSERT_NE(copy, nullptr);
+    auto* copied = dynamic_cast<PropertyObject*>(copy->GetPropertyPtr(S("object")));
+    ASSERT_NE(copied, nullptr);
+    EXPECT_EQ(childNames(*copied), QStringList{S("keep")});
+    EXPECT_EQ(childNames(*object), QStringList({S("keep"), S("scratch")}));
+}
+
+TEST(PropertyObject, CopyConstructorOfASubclassSeesTheCopiedChildren) {
+    PropertyObject root(S("root"));
+    auto* object = new CountingCopyObject(S("object"));
+    ASSERT_EQ(root.InsertProperty(object), RESULT_OK);
+    ASSERT_EQ(object->InsertProperty(new SimpleProperty(S("a"))), RESULT_OK);
+    ASSERT_EQ(object->InsertProperty(new PropertyObject(S("b"))), RESULT_OK);
+    std::unique_ptr<AbstractProperty> clone(root.Clone());
+    auto* copy = dynamic_cast<PropertyObject*>(clone.get());
+    ASSERT_NE(copy, nullptr);
+    auto* copied = dynamic_cast<CountingCopyObject*>(copy->GetPropertyPtr(S("object")));
+    ASSERT_NE(copied, nullptr);
+    EXPECT_EQ(copied->childrenWhenCopied, 2);
 }
 
 TEST(PropertyObject, CopyHoldsClonesOfTheChildren) {

@@ -1,12 +1,18 @@
 // SPDX-License-Identifier: MIT
-// Helpers of the limit tests: a device that only counts what is written to it, and
-// nested documents; long texts print by their length and ends.
+// Helpers of the limit tests: a device that only counts what is written to it, nested
+// documents and the position of the call stack; long texts print by their length and ends.
 #pragma once
 
 #include "qtprinters.h"
 
 #include <QByteArray>
 #include <QIODevice>
+
+#include <cstdint>
+
+#if defined(_MSC_VER)
+#include <intrin.h>
+#endif
 
 namespace ReliabilityTest {
 
@@ -36,6 +42,16 @@ inline QByteArray nestedDocument(int depth, const QByteArray& innermost) {
         text += "</e>";
     }
     return text;
+}
+
+/// The address of the current stack frame: the difference of two positions is the stack
+/// used by the calls in between.
+inline std::uintptr_t stackPosition() {
+#if defined(_MSC_VER)
+    return reinterpret_cast<std::uintptr_t>(_AddressOfReturnAddress());
+#else
+    return reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
+#endif
 }
 
 }  // namespace ReliabilityTest
