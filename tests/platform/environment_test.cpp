@@ -37,10 +37,11 @@ TEST(VexilEnvironment, PutenvSetsTheProcessEnvironment) {
 
 class VexilRegistry : public OrreryTest::TempDirTest {
 protected:
-    void writeRegistry(const QString& text) {
+    /// Writes the registry file with the bytes @p text and points VEXIL_REGISTRY_FILE at it.
+    void writeRegistry(const QByteArray& text) {
         QFile file(path(QStringLiteral("registry.ini")));
         ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        file.write(text.toUtf8());
+        file.write(text);
         file.close();
         env().set("VEXIL_REGISTRY_FILE", stdPath(QStringLiteral("registry.ini")));
     }
@@ -55,9 +56,7 @@ TEST_F(VexilRegistry, NoRegistryWithoutTheVariable) {
 }
 
 TEST_F(VexilRegistry, ReadsTheEnvironmentSection) {
-    writeRegistry(
-        QStringLiteral("[Environment]\nKORVANE_DIR=/opt/k\nWBMLANGPATH=/l\n"
-                       "[Other]\nSTRAY=1\n"));
+    writeRegistry("[Environment]\nKORVANE_DIR=/opt/k\nWBMLANGPATH=/l\n[Other]\nSTRAY=1\n");
     std::string value;
     EXPECT_TRUE(vexil::getenv_from_registry_only("KORVANE_DIR", &value));
     EXPECT_EQ(value, "/opt/k");
@@ -72,7 +71,7 @@ TEST_F(VexilRegistry, MissingFileIsAnEmptyRegistry) {
 }
 
 TEST_F(VexilRegistry, CheckRegistryPrefersANonEmptyEnvironmentValue) {
-    writeRegistry(QStringLiteral("[Environment]\nORRERY_T_VAR=from registry\n"));
+    writeRegistry("[Environment]\nORRERY_T_VAR=from registry\n");
     env().set("ORRERY_T_VAR", "from env");
     EXPECT_EQ(vexil::getenv_check_registry_stdstring("ORRERY_T_VAR"), "from env");
     env().set("ORRERY_T_VAR", "");
@@ -102,11 +101,7 @@ class VexilRegistryValues : public VexilRegistry,
 
 // Values come back byte for byte: no escapes, no quoting, no lists, no re-encoding.
 TEST_P(VexilRegistryValues, ValueComesBackAsStored) {
-    QFile file(path(QStringLiteral("registry.ini")));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    file.write(QByteArray("[Environment]\n") + GetParam().line + "\n");
-    file.close();
-    env().set("VEXIL_REGISTRY_FILE", stdPath(QStringLiteral("registry.ini")));
+    writeRegistry(QByteArray("[Environment]\n") + GetParam().line + "\n");
     std::string value = "stale";
     ASSERT_TRUE(vexil::getenv_from_registry_only(GetParam().name, &value));
     EXPECT_EQ(value, GetParam().value);
@@ -128,17 +123,13 @@ INSTANTIATE_TEST_SUITE_P(Stored, VexilRegistryValues,
                                            StoredRow{"AT=@Variant(x)", "AT", "@Variant(x)"}));
 
 TEST_F(VexilRegistry, OtherSectionsCommentsAndOddLinesAreIgnored) {
-    QFile file(path(QStringLiteral("registry.ini")));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    file.write(
+    writeRegistry(
         "\xEF\xBB\xBFTOP=before any section\n"
         "[Other]\nA=other\n"
         "[Environment]\n; A=comment\n# B=comment\n  ;C=comment\nno equals sign\n=nameless\n"
         "D=first\nD=second\n"
         "[environment]\nE=wrong case\n"
         "[Environment]\nF=again\n");
-    file.close();
-    env().set("VEXIL_REGISTRY_FILE", stdPath(QStringLiteral("registry.ini")));
     std::string value;
     for (const char* absent : {"TOP", "A", "B", "C", "; A", "no equals sign", "E", ""}) {
         EXPECT_FALSE(vexil::getenv_from_registry_only(absent, &value)) << absent;
