@@ -8,6 +8,7 @@
 
 #include <QMessageLogger>
 #include <QRegExp>
+#include <QThreadStorage>
 
 namespace Orrery {
 
@@ -35,9 +36,14 @@ const QRegExp& forbiddenNameCharacters() {
 
 bool hasForbiddenNameCharacter(const QString& name) {
     // A QRegExp keeps its last match inside the object, so each thread searches with its
-    // own copy; the copies share the compiled engine.
-    thread_local QRegExp check(forbiddenNameCharacters());
-    return check.indexIn(name) != -1;
+    // own copy; the copies share the compiled engine. Qt's thread storage deletes a
+    // thread's copy when the thread ends: a C++ thread_local with a destructor crashes
+    // at thread exit with mingw-w64's emulated TLS.
+    static QThreadStorage<QRegExp*> copies;
+    if (!copies.hasLocalData()) {
+        copies.setLocalData(new QRegExp(forbiddenNameCharacters()));
+    }
+    return copies.localData()->indexIn(name) != -1;
 }
 
 }  // namespace

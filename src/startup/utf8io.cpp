@@ -8,6 +8,7 @@
 
 #include <QByteArray>
 #include <QStringList>
+#include <QThreadStorage>
 
 #include <cstdlib>
 #include <cstring>
@@ -77,7 +78,13 @@ void get_application_arguments_utf8(int* argc, char*** argv) {
 }
 
 const char* tmpnam_utf8() {
-    thread_local std::string result;
+    // One buffer per thread, deleted by Qt when the thread ends (a thread_local with a
+    // destructor crashes at thread exit with mingw-w64's emulated TLS).
+    static QThreadStorage<std::string*> results;
+    if (!results.hasLocalData()) {
+        results.setLocalData(new std::string);
+    }
+    std::string& result = *results.localData();
     result = Platform::temporary_name_utf8();
     return result.c_str();
 }

@@ -5,6 +5,8 @@
 // Output lines have the form key=[value]. With ORRERY_DRIVER_SINK=record, messages
 // are written to standard output as MSG[message]; otherwise the default sink
 // (standard error) is used.
+#include "driverstdio.h"
+
 #include <vexil/clientenvironment.h>
 
 #include <orrery/startup.h>
@@ -226,6 +228,7 @@ int run(const std::string& mode) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    OrreryTest::useBinaryStdio();
     // Start from a single-byte locale codec, as on the target platform; the start-up
     // switches to UTF-8.
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("ISO-8859-1"));

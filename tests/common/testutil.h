@@ -35,6 +35,12 @@ void runOnSmallStack(F work, uint stackBytes = 256 * 1024) {
     thread->wait();
 }
 
+/// The process environment in UTF-8, as the library reads it (on Windows through the
+/// wide-character environment, which every text reaches unchanged). testenv.cpp.
+std::optional<std::string> getEnv(const std::string& name);
+void setEnv(const std::string& name, const std::string& value);
+void unsetEnv(const std::string& name);
+
 /// Sets or unsets environment variables and restores their old values on destruction.
 class ScopedEnv {
 public:
@@ -44,28 +50,25 @@ public:
     ~ScopedEnv() {
         for (auto it = saved_.rbegin(); it != saved_.rend(); ++it) {
             if (it->second) {
-                ::setenv(it->first.c_str(), it->second->c_str(), 1);
+                setEnv(it->first, *it->second);
             } else {
-                ::unsetenv(it->first.c_str());
+                unsetEnv(it->first);
             }
         }
     }
     ScopedEnv& set(const std::string& name, const std::string& value) {
         remember(name);
-        ::setenv(name.c_str(), value.c_str(), 1);
+        setEnv(name, value);
         return *this;
     }
     ScopedEnv& unset(const std::string& name) {
         remember(name);
-        ::unsetenv(name.c_str());
+        unsetEnv(name);
         return *this;
     }
 
 private:
-    void remember(const std::string& name) {
-        const char* old = std::getenv(name.c_str());
-        saved_.emplace_back(name, old ? std::optional<std::string>(old) : std::nullopt);
-    }
+    void remember(const std::string& name) { saved_.emplace_back(name, getEnv(name)); }
     std::vector<std::pair<std::string, std::optional<std::string>>> saved_;
 };
 

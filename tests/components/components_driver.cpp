@@ -9,14 +9,20 @@
 //   components_driver native-set COMPONENT VERSION KEY VALUE
 //   components_driver native-get COMPONENT VERSION KEY
 //   components_driver native-remove COMPONENT VERSION
+#include "driverstdio.h"
+
 #include <orrery/components.h>
 
 #include <QSettings>
 #include <QString>
 
+#ifdef _WIN32
+#include <windows.h>
+#else
 #include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
+#endif
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -60,8 +66,24 @@ int alternateLocation(int count) {
 }
 
 // Takes the lock that a writer of a store holds, an exclusive flock() on FILE (the store's
-// "<store>.storelock"), says "held" and keeps it until the process is killed.
+// "<store>.storelock"; LockFileEx on Windows), says "held" and keeps it until the process
+// is killed.
 int holdLock(const char* file) {
+#ifdef _WIN32
+    const HANDLE handle = ::CreateFileW(
+        QString::fromLocal8Bit(file).toStdWString().c_str(), GENERIC_READ | GENERIC_WRITE,
+        FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    OVERLAPPED whole{};
+    if (handle == INVALID_HANDLE_VALUE ||
+        !::LockFileEx(handle, LOCKFILE_EXCLUSIVE_LOCK, 0, MAXDWORD, MAXDWORD, &whole)) {
+        return 1;
+    }
+    std::printf("held\n");
+    std::fflush(stdout);
+    while (true) {
+        ::Sleep(INFINITE);
+    }
+#else
     const int fd = ::open(file, O_RDWR | O_CREAT | O_CLOEXEC, 0666);
     if (fd < 0 || ::flock(fd, LOCK_EX) != 0) {
         return 1;
@@ -71,11 +93,13 @@ int holdLock(const char* file) {
     while (true) {
         ::pause();
     }
+#endif
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+    OrreryTest::useBinaryStdio();
     if (argc < 2) {
         return 2;
     }

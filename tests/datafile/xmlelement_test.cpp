@@ -472,6 +472,9 @@ TEST(XMLElementDepth, DeepTreeIsWrittenWithoutRecursion) {
     EXPECT_EQ(written, declaration + indentation + openingTags + closing);
 }
 
+// A write made to fail part-way needs a per-process file-size limit (RLIMIT_FSIZE), which
+// only POSIX hosts have.
+#ifndef _WIN32
 TEST_F(XMLElementFile, FailedWriteLeavesTheOldDocumentInPlace) {
     const QByteArray old("<?xml version=\"1.0\"?>\n<old></old>\n");
     writeFile(QStringLiteral("keep.xml"), old);
@@ -498,3 +501,4 @@ TEST_F(XMLElementFile, UnlimitedDriverWriteReplacesTheDocument) {
     EXPECT_EQ(root.GetName(), QStringLiteral("design"));
     EXPECT_EQ(root.GetChildElements().size(), 2000);
 }
+#endif

@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: MIT
 // Runs one platform service in a fresh process, so that tests can observe
 // process-wide state. Usage: platform_driver MODE
+#include "driverstdio.h"
+
 #include <vexil/core.h>
 
 #include <cstdio>
 #include <cstring>
 
 int main(int argc, char** argv) {
+    OrreryTest::useBinaryStdio();
     if (argc < 2) {
         return 2;
     }

@@ -3,6 +3,8 @@
 // process-wide state it leaves. The scenario is named by ORRERY_DRIVER_MODE; the
 // arguments are left to the scenario (they are part of what is observed).
 // Output lines have the form key=[value].
+#include "driverstdio.h"
+
 #include <orrery/startup.h>
 
 #include <vexil/core.h>
@@ -69,6 +71,7 @@ const char* nameFromEnvironment() {
 }  // namespace
 
 int main(int argc, char** argv) {
+    OrreryTest::useBinaryStdio();
     const char* modeText = std::getenv("ORRERY_DRIVER_MODE");
     const std::string mode = modeText ? modeText : "";
     // Start from a single-byte locale codec, as on the target platform, so that the

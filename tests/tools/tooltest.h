@@ -59,6 +59,15 @@ inline ::testing::AssertionResult succeeded(const ToolResult& result) {
     return ::testing::AssertionSuccess();
 }
 
+/// The tool's output with Windows line ends (its standard streams are in text mode there)
+/// read as "\n", so that one expectation serves both hosts.
+inline QByteArray textLines(QByteArray bytes) {
+#ifdef _WIN32
+    bytes.replace("\r\n", "\n");
+#endif
+    return bytes;
+}
+
 class ToolTest : public OrreryTest::TempDirTest {
 protected:
     void SetUp() override {
@@ -93,8 +102,8 @@ protected:
         }
         result.crashed = process.exitStatus() != QProcess::NormalExit;
         result.exitCode = process.exitCode();
-        result.out = QString::fromUtf8(process.readAllStandardOutput());
-        result.err = QString::fromUtf8(process.readAllStandardError());
+        result.out = QString::fromUtf8(textLines(process.readAllStandardOutput()));
+        result.err = QString::fromUtf8(textLines(process.readAllStandardError()));
         EXPECT_FALSE(result.crashed) << "orrery crashed: " << result.err.toStdString();
         return result;
     }
