@@ -1,5 +1,8 @@
 # SPDX-License-Identifier: MIT
-# cmake -P script: install, configure and build the consumer, run it.
+# cmake -P script: install, configure and build the consumer, run it. For a Windows build
+# (CROSS_TOOLCHAIN_FILE given) the consumer is cross-built with the same toolchain against
+# the installed folder and Qt (CROSS_PREFIX_PATH), and run through CROSS_EMULATOR (Wine)
+# with the installed bin folder as the only place for its DLLs.
 file(REMOVE_RECURSE ${WORK_DIR})
 set(prefix ${WORK_DIR}/prefix)
 
@@ -12,6 +15,20 @@ function(run)
 endfunction()
 
 run(${CMAKE_COMMAND} --install ${ORRERY_BUILD_DIR} --prefix ${prefix})
+set(installed_files "")
+if(CROSS_TOOLCHAIN_FILE)
+    # What a Windows client needs: the DLL and its import library, the tool, and the DLLs
+    # the tool needs to start.
+    set(installed_files bin/OrreryCore.dll lib/libOrreryCore.dll.a bin/orrery.exe
+        bin/Qt5Core.dll bin/libstdc++-6.dll bin/libgcc_s_seh-1.dll bin/libwinpthread-1.dll
+        lib/cmake/OrreryCore/OrreryCoreConfig.cmake lib/pkgconfig/orrerycore.pc
+        share/orrery/examples/registry.ini)
+endif()
+foreach(file ${installed_files})
+    if(NOT EXISTS ${prefix}/${file})
+        message(FATAL_ERROR "not installed: ${file}")
+    endif()
+endforeach()
 foreach(header orrery/orrery.h orrery/orrery_export.h orrery/version.h vexil/core.h
                vexil/clientenvironment.h qel/kvariant.h)
     if(NOT EXISTS ${prefix}/include/${header})
@@ -19,18 +36,53 @@ foreach(header orrery/orrery.h orrery/orrery_export.h orrery/version.h vexil/cor
     endif()
 endforeach()
 
-run(${CMAKE_COMMAND} -S ${CONSUMER_SOURCE_DIR} -B ${WORK_DIR}/build
-    -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_CXX_COMPILER=${CXX_COMPILER}
-    "-DCMAKE_CXX_FLAGS=${CONSUMER_CXX_FLAGS}")
-run(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
-run(${WORK_DIR}/build/consumer)
+if(CROSS_TOOLCHAIN_FILE)
+    # Called directly: run() would split the list of prefixes into two arguments.
+    execute_process(COMMAND ${CMAKE_COMMAND} -S ${CONSUMER_SOURCE_DIR} -B ${WORK_DIR}/build
+                            -DCMAKE_TOOLCHAIN_FILE=${CROSS_TOOLCHAIN_FILE}
+                            "-DCMAKE_PREFIX_PATH=${prefix};${CROSS_PREFIX_PATH}"
+                    RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
+    if(NOT rc EQUAL 0)
+        message(FATAL_ERROR "configuring the consumer failed (${rc}):\n${out}\n${err}")
+    endif()
+    run(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
+    # The program finds OrreryCore.dll, Qt and the runtime in the installed bin folder.
+    file(TO_NATIVE_PATH "${prefix}/bin" bin)
+    set(ENV{WINEPATH} "Z:${bin}")
+    run(${CROSS_EMULATOR} ${WORK_DIR}/build/consumer.exe)
+else()
+    run(${CMAKE_COMMAND} -S ${CONSUMER_SOURCE_DIR} -B ${WORK_DIR}/build
+        -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_CXX_COMPILER=${CXX_COMPILER}
+        "-DCMAKE_CXX_FLAGS=${CONSUMER_CXX_FLAGS}")
+    run(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
+    run(${WORK_DIR}/build/consumer)
+endif()
 if(NOT last_output MATCHES "OrreryCore 0\\.[0-9]+\\.[0-9]+ ok")
     message(FATAL_ERROR "unexpected consumer output: ${last_output}")
 endif()
 
 # pkg-config must describe the same installation.
 find_program(PKG_CONFIG pkg-config)
-if(PKG_CONFIG)
+if(PKG_CONFIG AND CROSS_TOOLCHAIN_FILE)
+    # The cross-built Qt's own .pc files answer "Requires: Qt5Core".
+    file(GLOB_RECURSE pcfile ${prefix}/*/orrerycore.pc)
+    get_filename_component(pcdir "${pcfile}" DIRECTORY)
+    set(qt_pc "")
+    foreach(qt_prefix ${CROSS_PREFIX_PATH})
+        string(APPEND qt_pc ":${qt_prefix}/lib/pkgconfig")
+    endforeach()
+    set(ENV{PKG_CONFIG_PATH} "${pcdir}${qt_pc}")
+    set(ENV{PKG_CONFIG_LIBDIR} "${pcdir}${qt_pc}")
+    run(${PKG_CONFIG} --cflags --libs orrerycore)
+    string(STRIP "${last_output}" flags)
+    separate_arguments(flags UNIX_COMMAND "${flags}")
+    run(${CXX_COMPILER} -std=c++17 ${CONSUMER_SOURCE_DIR}/main.cpp ${flags}
+        -o ${WORK_DIR}/consumer-pc.exe)
+    run(${CROSS_EMULATOR} ${WORK_DIR}/consumer-pc.exe)
+    if(NOT last_output MATCHES "OrreryCore 0\\.[0-9]+\\.[0-9]+ ok")
+        message(FATAL_ERROR "unexpected output of the pkg-config consumer: ${last_output}")
+    endif()
+elseif(PKG_CONFIG)
     file(GLOB_RECURSE pcfile ${prefix}/*/orrerycore.pc)
     get_filename_component(pcdir "${pcfile}" DIRECTORY)
     set(ENV{PKG_CONFIG_PATH} "${pcdir}")
