@@ -114,7 +114,7 @@ listed="$root/tests/windows/linux_only.txt"
 grep -v '^#' "$listed" | awk 'NF { print $1 }' >"$scratch/listed.txt"
 unlisted=$(python3 - "$scratch/linux-only.txt" "$scratch/listed.txt" <<'EOF'
 import fnmatch, sys
-names = open(sys.argv[1]).read().split()
+names = open(sys.argv[1]).read().splitlines()
 patterns = open(sys.argv[2]).read().split()
 for name in names:
     if not any(fnmatch.fnmatchcase(name, p) for p in patterns):

@@ -55,6 +55,8 @@ TEST(VexilCommandLine, IsASingleton) {
 
 class VexilCommandLineProcess : public OrreryTest::TempDirTest {};
 
+#ifndef _WIN32
+// The registry of POSIX hosts is a file; the Windows variant below uses the registry.
 TEST_F(VexilCommandLineProcess, OriginalKorvaneValuesAreCapturedAtFirstRetrieval) {
     QFile registry(path(QStringLiteral("reg.ini")));
     ASSERT_TRUE(registry.open(QIODevice::WriteOnly));
@@ -67,6 +69,19 @@ TEST_F(VexilCommandLineProcess, OriginalKorvaneValuesAreCapturedAtFirstRetrieval
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.out, QStringLiteral("env=[/from/env]\nreg=[/from/registry]\n"));
 }
+#else
+// The driver gives itself a registry of its own, with ORRERY_DRIVER_REGISTRY_KORVANE_DIR as
+// the installer's KORVANE_DIR, and changes that value after the first retrieval.
+TEST_F(VexilCommandLineProcess, OriginalKorvaneValuesAreCapturedFromTheRegistryAtFirstRetrieval) {
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("KORVANE_DIR"), QStringLiteral("C:\\from\\env"));
+    environment.insert(QStringLiteral("ORRERY_DRIVER_REGISTRY_KORVANE_DIR"),
+                       QStringLiteral("C:\\from\\registry \u4e2d"));
+    const DriverResult result = runDriver(QStringLiteral("korvane-capture"), environment);
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.out, QStringLiteral("env=[C:\\from\\env]\nreg=[C:\\from\\registry \u4e2d]\n"));
+}
+#endif
 
 TEST_F(VexilCommandLineProcess, ValuesAbsentAtStartAreEmpty) {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();

@@ -11,35 +11,67 @@
 
 using vexil::Path;
 
+namespace {
+
+/// @p text with every '/' spelt as the host's separator ('\\' on Windows).
+std::string onHost(std::string text) {
+#ifdef _WIN32
+    for (char& c : text) {
+        if (c == '/') {
+            c = '\\';
+        }
+    }
+#endif
+    return text;
+}
+
+/// @p path with the host's separators, as the platform layer spells the names it reports.
+QString nativePath(const QString& path) {
+    return QDir::toNativeSeparators(path);
+}
+
+}  // namespace
+
 TEST(VexilPath, AppendJoinsWithOneHostSeparator) {
-    EXPECT_EQ(Path("a").append(Path("b")).string(), "a/b");
-    EXPECT_EQ(Path("a/").append(Path("b")).string(), "a/b");
-    EXPECT_EQ(Path("a\\").append(Path("\\b")).string(), "a/b");
+    EXPECT_EQ(Path("a").append(Path("b")).string(), onHost("a/b"));
+    EXPECT_EQ(Path("a/").append(Path("b")).string(), onHost("a/b"));
+    EXPECT_EQ(Path("a\\").append(Path("\\b")).string(), onHost("a/b"));
+    // A root made only of separators keeps its own spelling.
     EXPECT_EQ(Path("/").append(Path("b")).string(), "/b");
     EXPECT_EQ(Path("").append(Path("b")).string(), "b");
     EXPECT_EQ(Path("a").append(Path("")).string(), "a");
-    EXPECT_EQ(Path("C:\\X").append(Path("doc")).string(), "C:\\X/doc");
+    EXPECT_EQ(Path("C:\\X").append(Path("doc")).string(), onHost("C:\\X/doc"));
 }
 
 TEST(VexilPath, NativeSpellsHostSeparators) {
-    EXPECT_EQ(Path("C:\\X\\bin").native(), "C:/X/bin");
-    EXPECT_EQ(Path("a/b\\c").native(), "a/b/c");
+    EXPECT_EQ(Path("C:\\X\\bin").native(), onHost("C:/X/bin"));
+    EXPECT_EQ(Path("a/b\\c").native(), onHost("a/b/c"));
     EXPECT_EQ(Path(static_cast<const char*>(nullptr)).native(), "");
     const std::string text = "kept";
     EXPECT_EQ(static_cast<std::string>(Path(text)), "kept");
 }
 
 TEST(VexilPath, NormalizeFoldsDotsAndSeparators) {
-    EXPECT_EQ(Path("/a/./b/../c/").normalize().string(), "/a/c");
-    EXPECT_EQ(Path("a\\b\\..\\..\\..\\c").normalize().string(), "../c");
-    EXPECT_EQ(Path("/../x").normalize().string(), "/x");
+    EXPECT_EQ(Path("/a/./b/../c/").normalize().string(), onHost("/a/c"));
+    EXPECT_EQ(Path("a\\b\\..\\..\\..\\c").normalize().string(), onHost("../c"));
+    EXPECT_EQ(Path("/../x").normalize().string(), onHost("/x"));
     EXPECT_EQ(Path("a/..").normalize().string(), ".");
     EXPECT_EQ(Path("").normalize().string(), "");
 }
 
 TEST(VexilPath, CompareFilenamesFollowsHostRules) {
     EXPECT_EQ(Path::compare_filenames(Path("/a/b"), Path("\\a\\b")), 0);
+    EXPECT_LT(Path::compare_filenames(Path("/a/b"), Path("/a/c")), 0);
+    EXPECT_GT(Path::compare_filenames(Path("/a/c"), Path("/a/b")), 0);
+#ifdef _WIN32
+    // Windows compares names without case, ordinally, in UTF-16: "É" matches "é", but
+    // "ß" is no "ss".
+    EXPECT_EQ(Path::compare_filenames(Path("/a/B"), Path("/a/b")), 0);
+    EXPECT_EQ(Path::compare_filenames(Path("C:\\Caf\xc3\xa9"), Path("c:/CAF\xc3\x89")), 0);
+    EXPECT_NE(Path::compare_filenames(Path("Ma\xc3\x9f"), Path("MASS")), 0);
+#else
     EXPECT_NE(Path::compare_filenames(Path("/a/B"), Path("/a/b")), 0);
+#endif
 }
 
 class VexilFileSystem : public OrreryTest::TempDirTest {};
@@ -93,13 +125,14 @@ TEST_F(VexilFileSystem, ChdirAndGetcwd) {
     EXPECT_EQ(vexil::chdir_utf8(Path(stdPath())), 0);
     char* cwd = vexil::getcwd_utf8_legacy(nullptr, 1024);
     ASSERT_NE(cwd, nullptr);
-    EXPECT_EQ(QString::fromUtf8(cwd), QDir::currentPath());
+    // The operating system's own spelling: backslashes on Windows.
+    EXPECT_EQ(QString::fromUtf8(cwd), nativePath(QDir::currentPath()));
     std::free(cwd);
     char small[4];
     EXPECT_EQ(vexil::getcwd_utf8_legacy(small, sizeof small), nullptr);
     std::string big(4096, '\0');
     EXPECT_EQ(vexil::getcwd_utf8_legacy(big.data(), static_cast<int>(big.size())), big.data());
-    EXPECT_EQ(QString::fromUtf8(big.c_str()), QDir::currentPath());
+    EXPECT_EQ(QString::fromUtf8(big.c_str()), nativePath(QDir::currentPath()));
     EXPECT_NE(vexil::chdir_utf8(Path(stdPath(QStringLiteral("missing")))), 0);
     EXPECT_NE(vexil::chdir_utf8(Path("")), 0);
 }
@@ -113,7 +146,7 @@ TEST_F(VexilFileSystem, NonAsciiNames) {
     EXPECT_EQ(vexil::chdir_utf8(Path(utf8)), 0);
     char* cwd = vexil::getcwd_utf8_legacy(nullptr, 0);
     ASSERT_NE(cwd, nullptr);
-    EXPECT_EQ(std::string(cwd), utf8);
+    EXPECT_EQ(std::string(cwd), nativePath(path(name)).toStdString());
     std::free(cwd);
 }
 
@@ -133,17 +166,27 @@ TEST(VexilProcess, ExecutablePathAndDirectories) {
     EXPECT_EQ(QFileInfo(QString::fromStdString(exe)).canonicalFilePath(),
               QFileInfo(QString::fromStdString(exe)).absoluteFilePath());
     EXPECT_TRUE(QFileInfo(QString::fromStdString(exe)).isExecutable());
-    EXPECT_EQ(vexil::get_bin_directory(),
-              QFileInfo(QString::fromStdString(exe)).path().toStdString());
+    EXPECT_EQ(QString::fromStdString(vexil::get_bin_directory()),
+              nativePath(QFileInfo(QString::fromStdString(exe)).path()));
 }
+
+namespace {
+
+/// The parent of the bin directory, spelt as the platform layer spells it.
+QString parentOfBin() {
+    return nativePath(QFileInfo(QString::fromStdString(vexil::get_bin_directory())).path());
+}
+
+}  // namespace
 
 TEST(VexilProcess, InstallationDirectoryDefaultsToParentOfBin) {
     OrreryTest::ScopedEnv env;
     env.unset("VEXIL_INSTALLATION_DIR").unset("KORVANE_DIR").unset("VEXIL_REGISTRY_FILE");
-    const QString bin = QString::fromStdString(vexil::get_bin_directory());
-    EXPECT_EQ(QString::fromStdString(vexil::get_installation_directory()), QFileInfo(bin).path());
+    EXPECT_EQ(QString::fromStdString(vexil::get_installation_directory()), parentOfBin());
 }
 
+#ifndef _WIN32
+// VEXIL_INSTALLATION_DIR names the installation on POSIX only; Windows ignores it (below).
 TEST(VexilProcess, InstallationDirectoryFromTheHostVariableIsReadAfresh) {
     OrreryTest::ScopedEnv env;
     env.unset("KORVANE_DIR").set("VEXIL_INSTALLATION_DIR", "/opt/korvane");
@@ -153,28 +196,39 @@ TEST(VexilProcess, InstallationDirectoryFromTheHostVariableIsReadAfresh) {
     env.set("VEXIL_INSTALLATION_DIR", "/opt/other");
     EXPECT_EQ(vexil::get_installation_directory(), "/opt/other");
     env.set("VEXIL_INSTALLATION_DIR", "");
-    const QString bin = QString::fromStdString(vexil::get_bin_directory());
-    EXPECT_EQ(QString::fromStdString(vexil::get_installation_directory()), QFileInfo(bin).path());
+    EXPECT_EQ(QString::fromStdString(vexil::get_installation_directory()), parentOfBin());
 }
+#else
+TEST(VexilProcess, InstallationDirectoryIgnoresVexilInstallationDir) {
+    OrreryTest::ScopedEnv env;
+    env.unset("KORVANE_DIR").set("VEXIL_INSTALLATION_DIR", "C:\\Korvane");
+    EXPECT_EQ(QString::fromStdString(vexil::get_installation_directory()), parentOfBin());
+    EXPECT_EQ(QString::fromStdString(
+                  vexil::CommandLine::get_command_line()->get_installation_directory().string()),
+              parentOfBin());
+}
+#endif
 
 class VexilInstallation : public OrreryTest::TempDirTest {};
 
 TEST_F(VexilInstallation, KorvaneDirNeverSteersTheInstallationDirectory) {
+#ifndef _WIN32
+    // The registry of POSIX hosts is a file; tests/windows puts KORVANE_DIR in the real one.
     QFile registry(path(QStringLiteral("reg.ini")));
     ASSERT_TRUE(registry.open(QIODevice::WriteOnly));
     registry.write("[Environment]\nKORVANE_DIR=/from/registry\n");
     registry.close();
-    env()
-        .unset("VEXIL_INSTALLATION_DIR")
-        .set("VEXIL_REGISTRY_FILE", stdPath(QStringLiteral("reg.ini")));
-    const QString parentOfBin =
-        QFileInfo(QString::fromStdString(vexil::get_bin_directory())).path();
+    env().set("VEXIL_REGISTRY_FILE", stdPath(QStringLiteral("reg.ini")));
+#endif
+    env().unset("VEXIL_INSTALLATION_DIR");
     env().unset("KORVANE_DIR");
-    EXPECT_EQ(QString::fromStdString(vexil::get_installation_directory()), parentOfBin);
+    EXPECT_EQ(QString::fromStdString(vexil::get_installation_directory()), parentOfBin());
     env().set("KORVANE_DIR", "/from/env");
-    EXPECT_EQ(QString::fromStdString(vexil::get_installation_directory()), parentOfBin);
+    EXPECT_EQ(QString::fromStdString(vexil::get_installation_directory()), parentOfBin());
+#ifndef _WIN32
     env().set("VEXIL_INSTALLATION_DIR", "/named");
     EXPECT_EQ(vexil::get_installation_directory(), "/named");
+#endif
 }
 
 TEST(VexilProcess, UserProfileDirectoryIsThePasswdHome) {

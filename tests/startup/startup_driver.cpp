@@ -65,7 +65,18 @@ void printApplicationArguments() {
 
 const char* nameFromEnvironment() {
     // Unset means a null name; set (even to "") means that name.
+#ifdef _WIN32
+    // The C runtime's narrow environment is in the ANSI code page: read the UTF-16 one.
+    static std::string name;
+    const wchar_t* wide = ::_wgetenv(L"ORRERY_DRIVER_NAME");
+    if (wide == nullptr) {
+        return nullptr;
+    }
+    name = QString::fromWCharArray(wide).toUtf8().toStdString();
+    return name.c_str();
+#else
     return std::getenv("ORRERY_DRIVER_NAME");
+#endif
 }
 
 }  // namespace

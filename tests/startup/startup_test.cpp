@@ -200,6 +200,8 @@ TEST(InitializeProduct, RecordsNameAndVersionAndTakesNullAsEmpty) {
     EXPECT_EQ(out.value(QStringLiteral("vexil-name")), QString::fromUtf8("Brevant \xc3\xa9"));
 }
 
+#ifndef _WIN32
+// VEXIL_INSTALLATION_DIR, which lets the answer change, is POSIX-only; Windows below.
 TEST(GetInstallationDirectory, CachesTheFirstAnswer) {
     QTemporaryDir dir;
     ASSERT_TRUE(dir.isValid());
@@ -213,12 +215,32 @@ TEST(GetInstallationDirectory, CachesTheFirstAnswer) {
               QStringLiteral("/changed/after/first/call"));
     EXPECT_EQ(out.value(QStringLiteral("installation-same-object")), QStringLiteral("1"));
 }
+#else
+// On Windows the installation directory follows the executable alone, so the answer cannot
+// change; the cached object is the same and VEXIL_INSTALLATION_DIR is ignored.
+TEST(GetInstallationDirectory, IsTheParentOfTheDriverDirectoryAndCached) {
+    QTemporaryDir dir;
+    ASSERT_TRUE(dir.isValid());
+    QProcessEnvironment environment = OrreryTest::cleanEnvironment();
+    environment.insert(QStringLiteral("VEXIL_INSTALLATION_DIR"), dir.path());
+    const ChildResult result = runStartup(QStringLiteral("directories"), {}, environment);
+    expectCleanExit(result);
+    const DriverOutput out(result.out);
+    const QString parent =
+        QDir::toNativeSeparators(QFileInfo(QFileInfo(kDriver).canonicalPath()).path());
+    EXPECT_EQ(out.all(QStringLiteral("installation")), QStringList({parent, parent}));
+    EXPECT_EQ(out.value(QStringLiteral("vexil-installation")), parent);
+    EXPECT_EQ(out.value(QStringLiteral("installation-same-object")), QStringLiteral("1"));
+}
+#endif
 
 TEST(GetBinDirectory, IsTheDriverDirectoryAndCached) {
     const ChildResult result = runStartup(QStringLiteral("directories"));
     expectCleanExit(result);
     const DriverOutput out(result.out);
-    EXPECT_EQ(out.value(QStringLiteral("bin")), QFileInfo(kDriver).canonicalPath());
+    // Spelt with the host's separators.
+    EXPECT_EQ(out.value(QStringLiteral("bin")),
+              QDir::toNativeSeparators(QFileInfo(kDriver).canonicalPath()));
     EXPECT_EQ(out.value(QStringLiteral("bin-matches")), QStringLiteral("1"));
     EXPECT_EQ(out.value(QStringLiteral("bin-same-object")), QStringLiteral("1"));
 }

@@ -23,6 +23,10 @@
 #include <thread>
 #include <type_traits>
 
+#ifdef _WIN32
+#include <windows.h>
+#endif
+
 #ifndef ORRERY_STARTUP_DRIVER
 #error "ORRERY_STARTUP_DRIVER must name the driver executable"
 #endif
@@ -85,6 +89,59 @@ TEST_F(FilebufUtf8Test, WritesAndReadsAFileWithANonAsciiName) {
     EXPECT_TRUE(reader.close());
 }
 
+// Chinese and a musical symbol outside the Basic Multilingual Plane (a surrogate pair in
+// UTF-16): no ANSI code page spells them, so the name reaches Windows only through the
+// wide-character open.
+TEST_F(FilebufUtf8Test, NameOutsideTheAnsiCodePageIsTheNameOnDisk) {
+    const char utf8Name[] = "\xe4\xb8\xad\xe6\x96\x87 \xf0\x9d\x84\x9e.txt";
+    const QString expected = QString::fromUtf8(utf8Name);
+    ASSERT_EQ(expected.size(), 9);  // the symbol takes two UTF-16 units
+#ifdef _WIN32
+    // Unless the ANSI code page is UTF-8 itself, it cannot spell the name.
+    if (::GetACP() != CP_UTF8) {
+        const std::wstring wide = expected.toStdWString();
+        BOOL usedDefault = FALSE;
+        ::WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, wide.data(),
+                              static_cast<int>(wide.size()), nullptr, 0, nullptr, &usedDefault);
+        ASSERT_TRUE(usedDefault) << "the ANSI code page " << ::GetACP() << " spells the name";
+    }
+#endif
+    const std::string name = file(utf8Name);
+    {
+        Orrery::filebuf_utf8 buffer;
+        ASSERT_TRUE(buffer.open(name.c_str(), std::ios_base::out | std::ios_base::binary));
+        std::ostream out(&static_cast<std::basic_streambuf<char>&>(buffer));
+        out << "\xf0\x9d\x84\x9e\n";
+        EXPECT_TRUE(out.flush().good());
+        EXPECT_TRUE(buffer.close());
+    }
+    const QStringList entries = QDir(path()).entryList(QDir::Files);
+    ASSERT_EQ(entries.size(), 1);
+    EXPECT_EQ(entries.first(), expected);
+    const QFileInfo onDisk(QDir(path()).filePath(expected));
+    EXPECT_TRUE(onDisk.isFile());
+    EXPECT_EQ(onDisk.fileName(), expected);
+    EXPECT_EQ(onDisk.size(), 5);
+
+    Orrery::filebuf_utf8 reader;
+    ASSERT_TRUE(reader.open(name.c_str(), std::ios_base::in | std::ios_base::binary));
+    std::istream in(&static_cast<std::basic_streambuf<char>&>(reader));
+    std::string line;
+    ASSERT_TRUE(std::getline(in, line).good());
+    EXPECT_EQ(line, "\xf0\x9d\x84\x9e");
+    EXPECT_TRUE(reader.close());
+
+    // Appending reaches the same file.
+    Orrery::filebuf_utf8 appender;
+    ASSERT_TRUE(appender.open(name.c_str(), std::ios_base::out | std::ios_base::app));
+    std::ostream(&static_cast<std::basic_streambuf<char>&>(appender)) << "more";
+    EXPECT_TRUE(appender.close());
+    EXPECT_EQ(QDir(path()).entryList(QDir::Files), QStringList({expected}));
+    QFile read(onDisk.filePath());
+    ASSERT_TRUE(read.open(QIODevice::ReadOnly));
+    EXPECT_EQ(read.readAll(), QByteArray("\xf0\x9d\x84\x9e\nmore"));
+}
+
 TEST_F(FilebufUtf8Test, DestructorClosesAndFlushes) {
     const std::string name = file("flushed.txt");
     {
@@ -127,6 +184,8 @@ TEST_F(FilebufUtf8Test, CloseTwiceIsTrueThenFalse) {
     EXPECT_FALSE(buffer.is_open());
 }
 
+#ifndef _WIN32
+// /dev/full, which refuses every write, exists on POSIX hosts only.
 TEST(FilebufUtf8, CloseIsFalseWhenPendingOutputCannotBeWritten) {
     if (!QFileInfo::exists(QStringLiteral("/dev/full"))) {
         GTEST_SKIP() << "/dev/full is not available on this host";
@@ -138,6 +197,7 @@ TEST(FilebufUtf8, CloseIsFalseWhenPendingOutputCannotBeWritten) {
     EXPECT_FALSE(buffer.close());
     EXPECT_FALSE(buffer.is_open());
 }
+#endif
 
 TEST_F(FilebufUtf8Test, OpenFailsForAMissingFileOrDirectory) {
     Orrery::filebuf_utf8 buffer;
@@ -191,6 +251,8 @@ TEST_F(FilebufUtf8Test, CopyAssignmentSharesTheInnerBuffer) {
     delete abandoned;
 }
 
+#ifndef _WIN32
+// TMPDIR steers the names of POSIX hosts only; Windows below.
 TEST(TmpnamUtf8, GivesAFreshNameInTheTemporaryDirectory) {
     useUtf8ForFileNames();
     QTemporaryDir dir(QDir::tempPath() + QStringLiteral("/tmp\u00e9\u20ac-XXXXXX"));
@@ -208,6 +270,7 @@ TEST(TmpnamUtf8, GivesAFreshNameInTheTemporaryDirectory) {
     EXPECT_NE(firstName, secondName);
 }
 
+// A missing TMPDIR makes the POSIX name fail; nothing makes _wtmpnam fail from outside.
 TEST(TmpnamUtf8, GivesTheEmptyStringNotNullWhenNoNameCanBeMade) {
     QTemporaryDir dir;
     ASSERT_TRUE(dir.isValid());
@@ -217,6 +280,24 @@ TEST(TmpnamUtf8, GivesTheEmptyStringNotNullWhenNoNameCanBeMade) {
     ASSERT_NE(name, nullptr);
     EXPECT_STREQ(name, "");
 }
+#else
+// The C runtime's _wtmpnam makes the name: mingw-w64's msvcrt roots it on the current drive
+// ("\\s1o8."), Microsoft's runtime puts it in the temporary directory. It names no file.
+TEST(TmpnamUtf8, GivesAFreshRootedNameOfTheRuntime) {
+    useUtf8ForFileNames();
+    const char* first = Orrery::tmpnam_utf8();
+    ASSERT_NE(first, nullptr);
+    const std::string firstName = first;
+    ASSERT_FALSE(firstName.empty());
+    const bool rooted = firstName[0] == '\\' ||
+                        (firstName.size() > 2 && firstName[1] == ':' && firstName[2] == '\\');
+    EXPECT_TRUE(rooted) << firstName;
+    EXPECT_FALSE(QFileInfo::exists(QString::fromUtf8(first))) << firstName;
+    const std::string secondName = Orrery::tmpnam_utf8();
+    EXPECT_FALSE(secondName.empty());
+    EXPECT_NE(firstName, secondName);
+}
+#endif
 
 TEST(TmpnamUtf8, TwoThreadsGetIndependentResults) {
     std::promise<void> firstCalled;

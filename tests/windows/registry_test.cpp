@@ -20,16 +20,32 @@ namespace {
 
 const wchar_t* const kKey = L"Software\\Tolmarsk\\Vexil\\Environment";
 
-/// Writes a string value under the installer's key of @p root and removes it again.
+/// Writes a string value under the installer's key of @p root, or under @p key, and removes
+/// it again, with the key when it was made for it.
 class ScopedRegistryValue {
 public:
-    ScopedRegistryValue(HKEY root, std::wstring name, const std::wstring& value)
-        : root_(root), name_(std::move(name)) {
+    ScopedRegistryValue(HKEY root, std::wstring name, const std::wstring& value,
+                        std::wstring key = kKey)
+        : root_(root), key_(std::move(key)), name_(std::move(name)) {
+        HKEY handle = nullptr;
+        DWORD disposition = 0;
+        if (::RegCreateKeyExW(root_, key_.c_str(), 0, nullptr, 0, KEY_SET_VALUE, nullptr, &handle,
+                              &disposition) != ERROR_SUCCESS) {
+            return;
+        }
+        createdKey_ = disposition == REG_CREATED_NEW_KEY;
         const DWORD bytes = static_cast<DWORD>((value.size() + 1) * sizeof(wchar_t));
-        written_ = ::RegSetKeyValueW(root_, kKey, name_.c_str(), REG_SZ, value.c_str(), bytes) ==
-                   ERROR_SUCCESS;
+        written_ =
+            ::RegSetValueExW(handle, name_.c_str(), 0, REG_SZ,
+                             reinterpret_cast<const BYTE*>(value.c_str()), bytes) == ERROR_SUCCESS;
+        ::RegCloseKey(handle);
     }
-    ~ScopedRegistryValue() { ::RegDeleteKeyValueW(root_, kKey, name_.c_str()); }
+    ~ScopedRegistryValue() {
+        ::RegDeleteKeyValueW(root_, key_.c_str(), name_.c_str());
+        if (createdKey_) {
+            ::RegDeleteKeyW(root_, key_.c_str());
+        }
+    }
     ScopedRegistryValue(const ScopedRegistryValue&) = delete;
     ScopedRegistryValue& operator=(const ScopedRegistryValue&) = delete;
 
@@ -37,7 +53,9 @@ public:
 
 private:
     HKEY root_;
+    std::wstring key_;
     std::wstring name_;
+    bool createdKey_ = false;
     bool written_ = false;
 };
 
@@ -136,3 +154,42 @@ TEST(WindowsRegistry, KorvaneDirInTheRegistryDoesNotMoveTheInstallationDirectory
         env.unset();
     }
 }
+
+TEST(WindowsRegistry, ValuesOutsideTheInstallersKeyAreNotRead) {
+    const std::wstring name = L"ORRERY_WINE_ELSEWHERE";
+    const ScopedRegistryValue parent(HKEY_CURRENT_USER, name, L"parent",
+                                     L"Software\\Tolmarsk\\Vexil");
+    const ScopedRegistryValue sibling(HKEY_CURRENT_USER, name, L"sibling",
+                                      L"Software\\Tolmarsk\\Vexil\\Other");
+    const ScopedRegistryValue nested(HKEY_CURRENT_USER, name, L"nested",
+                                     std::wstring(kKey) + L"\\Nested");
+    ASSERT_TRUE(parent.written() && sibling.written() && nested.written());
+    std::string value;
+    EXPECT_FALSE(vexil::getenv_from_registry_only(WinTest::utf8(name), &value));
+    const ScopedRegistryValue inside(HKEY_CURRENT_USER, name, L"inside");
+    ASSERT_TRUE(inside.written());
+    ASSERT_TRUE(vexil::getenv_from_registry_only(WinTest::utf8(name), &value));
+    EXPECT_EQ(value, "inside");
+}
+
+namespace {
+
+class WindowsRegistryValues : public ::testing::TestWithParam<const char*> {};
+
+}  // namespace
+
+// Values come back as stored: no escapes, no quoting, no lists, no expansion of a REG_SZ, no
+// trimming; an empty value is a value.
+TEST_P(WindowsRegistryValues, ValueComesBackAsStored) {
+    const ScopedRegistryValue stored(HKEY_CURRENT_USER, L"ORRERY_WINE_STORED", wide(GetParam()));
+    ASSERT_TRUE(stored.written());
+    std::string value = "stale";
+    ASSERT_TRUE(vexil::getenv_from_registry_only("ORRERY_WINE_STORED", &value));
+    EXPECT_EQ(value, GetParam());
+}
+
+INSTANTIATE_TEST_SUITE_P(Stored, WindowsRegistryValues,
+                         ::testing::Values("a,b", "x\\y", "caf\xc3\xa9", "C:\\X", "/tmp/h,1",
+                                           "\"quoted\"", "50%20off", "%SystemRoot%", "a;b # c",
+                                           "a=b=c", "  \t two words \t ", "", "@Variant(x)",
+                                           "\xe4\xb8\xad \xf0\x9d\x84\x9e"));
