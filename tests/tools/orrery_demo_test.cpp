@@ -13,6 +13,7 @@ namespace {
 
 using OrreryToolTest::exampleInstallation;
 using OrreryToolTest::examplesDir;
+using OrreryToolTest::hostSpelling;
 using OrreryToolTest::lines;
 using OrreryToolTest::rejected;
 using OrreryToolTest::succeeded;
@@ -56,12 +57,18 @@ TEST_F(OrreryDemo, StartsTheCoreApplicationAndSetsUpTheClientEnvironment) {
     EXPECT_TRUE(out.contains(QStringLiteral("registry check on, argument echo off")));
     EXPECT_TRUE(out.contains(QString(QStringLiteral("VEXIL_INSTALLATION_DIR=") +
                                      exampleInstallation() + QStringLiteral("   (the example"))));
-    EXPECT_TRUE(out.contains(QString(QStringLiteral("VEXIL_EMDS_DIR = ") + exampleInstallation())));
+    EXPECT_TRUE(out.contains(
+        QString(QStringLiteral("VEXIL_EMDS_DIR = ") + hostSpelling(exampleInstallation()))));
     EXPECT_TRUE(out.contains(QStringLiteral("SIMARCH        = win32_64")));
+#ifndef _WIN32
+    // The example registry.ini is the registry on POSIX hosts only; on Windows the installed
+    // demo's test puts its values into the registry (run_installed_demo.cmake).
     EXPECT_TRUE(out.contains(QStringLiteral("VEP_MAJOR_VER  = VEP_2025_R1   (from the registry)")));
     EXPECT_TRUE(out.contains(QString(QStringLiteral("WBMLANGPATH    = ") + exampleInstallation() +
                                      QStringLiteral("/lang/bitmaps;"))));
-    EXPECT_TRUE(out.contains(QString(QStringLiteral("PATH           = ") + exampleInstallation() +
+#endif
+    EXPECT_TRUE(out.contains(QString(QStringLiteral("PATH           = ") +
+                                     hostSpelling(exampleInstallation()) +
                                      QStringLiteral("\\bin\\win32_64;..."))));
     EXPECT_TRUE(out.contains(QStringLiteral("(korvane/config is there)")));
     EXPECT_TRUE(out.contains(QStringLiteral("KORVANE_DIR agrees with the installation directory")));
@@ -177,6 +184,41 @@ TEST_F(OrreryDemo, RunsOnTheExamplesGivenWithTheOption) {
     ASSERT_TRUE(succeeded(result));
     EXPECT_TRUE(result.out.contains(QStringLiteral("Every step ran.")));
 }
+
+#ifdef _WIN32
+TEST_F(OrreryDemo, RunsTheClientFromAStagedCopyWhenTheToolLiesOutsideTheExamples) {
+    // The installation directory is the parent of the program's folder, so the tool of the
+    // build's bin/ copies itself into a temporary copy of the examples and runs from there.
+    const ToolResult result =
+        run({QStringLiteral("demo")}, QString(), QStringLiteral(ORRERY_TOOL_OUTSIDE_EXAMPLES));
+    ASSERT_TRUE(succeeded(result));
+    const QStringList report = lines(result.out);
+    const QString prefix =
+        QStringLiteral("Orrery demo: a typical client run on the example data in ");
+    ASSERT_TRUE(report.constFirst().startsWith(prefix)) << result.out.toStdString();
+    const QString staged = report.constFirst().mid(prefix.size());
+    EXPECT_TRUE(staged.endsWith(QStringLiteral("/examples"))) << staged.toStdString();
+    EXPECT_NE(staged, examplesDir());
+    const QString installation = QString(staged + QStringLiteral("/korvane"));
+    for (const QString& expected : {
+             QString(QStringLiteral("VEXIL_INSTALLATION_DIR=") + installation +
+                     QStringLiteral("   (the example installation")),
+             QString(QStringLiteral("arguments recorded as UTF-8: ") + hostSpelling(installation) +
+                     QStringLiteral("\\bin\\")),
+             QString(QStringLiteral("VEXIL_EMDS_DIR = ") + hostSpelling(installation) +
+                     QLatin1Char('\n')),
+             QStringLiteral("KORVANE_DIR agrees with the installation directory"),
+             QStringLiteral("Load(): 27 nodes under Root; open data files: 1"),
+             QStringLiteral("\nEvery step ran.\n"),
+         }) {
+        EXPECT_TRUE(result.out.contains(expected)) << expected.toStdString() << "\n"
+                                                   << result.out.toStdString();
+    }
+    // The staged copy, the tool in it included, is gone.
+    EXPECT_FALSE(QFileInfo::exists(staged)) << staged.toStdString();
+    EXPECT_FALSE(QFileInfo::exists(QFileInfo(staged).path())) << staged.toStdString();
+}
+#endif
 
 TEST_F(OrreryDemo, RejectsBadInputWithOneLine) {
     EXPECT_TRUE(rejected(run({QStringLiteral("demo"), QStringLiteral("--examples"), path()}),

@@ -10,6 +10,7 @@
 namespace {
 
 using OrreryToolTest::exampleInstallation;
+using OrreryToolTest::hostSpelling;
 using OrreryToolTest::lines;
 using OrreryToolTest::rejected;
 using OrreryToolTest::succeeded;
@@ -37,7 +38,7 @@ TEST_F(OrreryEnv, PrintsEveryExportedVariableInTheOrderOfTheSetUp) {
                            QStringLiteral("CYGWIN"), QStringLiteral("SIMARCH"),
                            QStringLiteral("COMPL_DIR"), QStringLiteral("COMPILER_VER"),
                            QStringLiteral("VEP_MAJOR_VER"), QStringLiteral("PATH")}));
-    const QString d = exampleInstallation();
+    const QString d = hostSpelling(exampleInstallation());
     EXPECT_TRUE(output.contains(QString(QStringLiteral("VEXIL_EMDS_DIR=") + d)));
     EXPECT_TRUE(output.contains(QString(QStringLiteral("HOME=") + path(QStringLiteral("home")))));
     EXPECT_TRUE(output.contains(QStringLiteral("SIMARCH=win32_64")));
@@ -62,6 +63,8 @@ TEST_F(OrreryEnv, ExportsTheProxyExceptionOnlyWhenAProxyIsSet) {
     EXPECT_FALSE(result.out.contains(QStringLiteral("no_proxy")));
 }
 
+#ifndef _WIN32
+// VEXIL_REGISTRY_FILE stands in for the registry on POSIX hosts only.
 TEST_F(OrreryEnv, TakesValuesFromTheRegistryAndTheHomeOption) {
     const QString registry = path(QStringLiteral("registry.ini"));
     QFile file(registry);
@@ -81,6 +84,29 @@ TEST_F(OrreryEnv, TakesValuesFromTheRegistryAndTheHomeOption) {
     EXPECT_TRUE(result.out.contains(QString(QStringLiteral("\nHOME=") + home + QLatin1Char('\n'))));
     EXPECT_TRUE(QFileInfo(QString(home + QStringLiteral("/korvane/config"))).isDir());
 }
+#else
+TEST_F(OrreryEnv, TakesTheHomeOption) {
+    const QString home = path(QStringLiteral("other home"));
+    const ToolResult result = run({QStringLiteral("env"), QStringLiteral("--home"), home});
+    ASSERT_TRUE(succeeded(result));
+    EXPECT_TRUE(
+        result.out.contains(QString(QStringLiteral("VEXIL_EMDS_DIR=") +
+                                    hostSpelling(exampleInstallation()) + QLatin1Char('\n'))));
+    EXPECT_TRUE(result.out.contains(QString(QStringLiteral("\nHOME=") + home + QLatin1Char('\n'))));
+    EXPECT_TRUE(QFileInfo(QString(home + QStringLiteral("/korvane/config"))).isDir());
+}
+
+TEST_F(OrreryEnv, RefusesAnInstallationDirectoryOtherThanWhereTheToolLies) {
+    // The installation directory is the parent of the tool's folder; nothing changes it.
+    const ToolResult result = run({QStringLiteral("env"), QStringLiteral("--install-dir"), path()});
+    EXPECT_TRUE(rejected(result, QStringLiteral("env"),
+                         QString(QStringLiteral("the installation directory is \"") +
+                                 hostSpelling(exampleInstallation()) +
+                                 QStringLiteral("\", the parent of the tool's folder, on this "
+                                                "host; --install-dir cannot change it"))));
+    EXPECT_FALSE(QFileInfo::exists(path(QStringLiteral("home/korvane"))));
+}
+#endif
 
 TEST_F(OrreryEnv, WarnsOnStandardErrorWhenKorvaneDirDisagrees) {
     environment.insert(QStringLiteral("KORVANE_DIR"), path());
@@ -98,10 +124,13 @@ TEST_F(OrreryEnv, RejectsBadInputWithOneLine) {
     const QString env = QStringLiteral("env");
     EXPECT_TRUE(rejected(run({env, QStringLiteral("--install-dir"), path(QStringLiteral("none"))}),
                          env, QStringLiteral("does not exist")));
+#ifndef _WIN32
+    // VEXIL_INSTALLATION_DIR names the installation directory on POSIX hosts only.
     environment.insert(QStringLiteral("VEXIL_INSTALLATION_DIR"), path(QStringLiteral("none")));
     EXPECT_TRUE(rejected(
         run({env}), env,
         QStringLiteral("cannot be entered; set VEXIL_INSTALLATION_DIR or use --install-dir")));
+#endif
     QFile blocker(path(QStringLiteral("blocker")));
     ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
     blocker.close();

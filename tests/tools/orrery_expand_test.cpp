@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <QFile>
+#include <QSettings>
 
 namespace {
 
@@ -31,6 +32,8 @@ TEST_F(OrreryExpand, DropsUnknownVariablesAndKeepsOtherText) {
     EXPECT_EQ(result.out, QStringLiteral("/bin %% $ ü\n"));
 }
 
+#ifndef _WIN32
+// VEXIL_REGISTRY_FILE stands in for the registry on POSIX hosts only.
 TEST_F(OrreryExpand, FallsBackToTheRegistry) {
     const QString registry = path(QStringLiteral("registry.ini"));
     QFile file(registry);
@@ -43,6 +46,23 @@ TEST_F(OrreryExpand, FallsBackToTheRegistry) {
     ASSERT_TRUE(succeeded(result));
     EXPECT_EQ(result.out, QStringLiteral("[stored]\n"));
 }
+#else
+TEST_F(OrreryExpand, FallsBackToTheRegistry) {
+    // A value of its own name in the user's Environment key, removed again at the end.
+    const QString name = QStringLiteral("ORRERY_TOOLS_EXPAND_FROM_REGISTRY");
+    QSettings key(QStringLiteral("HKEY_CURRENT_USER\\Software\\Tolmarsk\\Vexil\\Environment"),
+                  QSettings::NativeFormat);
+    key.setValue(name, QStringLiteral("stored"));
+    key.sync();
+    ASSERT_EQ(key.status(), QSettings::NoError);
+    const ToolResult result = run(
+        {QStringLiteral("expand"), QString(QStringLiteral("[${") + name + QStringLiteral("}]"))});
+    key.remove(name);
+    key.sync();
+    ASSERT_TRUE(succeeded(result));
+    EXPECT_EQ(result.out, QStringLiteral("[stored]\n"));
+}
+#endif
 
 TEST_F(OrreryExpand, RejectsBadInputWithOneLine) {
     const QString expand = QStringLiteral("expand");

@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QProcess>
 #include <QProcessEnvironment>
@@ -39,14 +40,35 @@ struct ToolResult {
     QString err;
 };
 
-/// The example data of the source tree.
+/// @p path with a drive: a rooted path without one (the build was configured on a POSIX
+/// host) is on the drive of this program; other paths are returned as they are.
+inline QString onThisDrive(const QString& path) {
+    return QDir(QCoreApplication::applicationDirPath()).absoluteFilePath(path);
+}
+
+/// The tool the tests run.
+inline QString toolPath() {
+    return onThisDrive(QStringLiteral(ORRERY_TOOL));
+}
+
+/// The example data: the source tree's, or on Windows the copy whose example installation
+/// holds the tool.
 inline QString examplesDir() {
-    return QStringLiteral(ORRERY_EXAMPLES_DIR);
+    return onThisDrive(QStringLiteral(ORRERY_EXAMPLES_DIR));
 }
 
 /// The example installation (KORVANE_DIR of the demo).
 inline QString exampleInstallation() {
     return QString(examplesDir() + QStringLiteral("/korvane"));
+}
+
+/// @p path spelled with the host's separators, as the library's vexil::Path spells it.
+inline QString hostSpelling(const QString& path) {
+#ifdef _WIN32
+    return QDir::toNativeSeparators(path);
+#else
+    return path;
+#endif
 }
 
 /// Exit status 0, nothing on standard error.
@@ -64,6 +86,14 @@ inline ::testing::AssertionResult succeeded(const ToolResult& result) {
 inline QByteArray textLines(QByteArray bytes) {
 #ifdef _WIN32
     bytes.replace("\r\n", "\n");
+#endif
+    return bytes;
+}
+
+/// @p bytes as a file written in text mode holds them: with CR LF line ends on Windows.
+inline QByteArray textModeFile(QByteArray bytes) {
+#ifdef _WIN32
+    bytes.replace("\n", "\r\n");
 #endif
     return bytes;
 }
@@ -86,12 +116,14 @@ protected:
         environment.insert(QStringLiteral("XDG_CONFIG_HOME"), path(QStringLiteral("config")));
     }
 
-    /// Runs `orrery ARGS` and waits for it; a crash or a hang fails the test.
-    ToolResult run(const QStringList& arguments, const QString& workingDirectory = QString()) {
+    /// Runs `orrery ARGS` and waits for it; a crash or a hang fails the test. @p program
+    /// replaces the tool of toolPath().
+    ToolResult run(const QStringList& arguments, const QString& workingDirectory = QString(),
+                   const QString& program = QString()) {
         QProcess process;
         process.setProcessEnvironment(environment);
         process.setWorkingDirectory(workingDirectory.isEmpty() ? path() : workingDirectory);
-        process.start(QStringLiteral(ORRERY_TOOL), arguments);
+        process.start(program.isEmpty() ? toolPath() : program, arguments);
         ToolResult result;
         if (!process.waitForStarted(30000) || !process.waitForFinished(120000)) {
             ADD_FAILURE() << "orrery did not run: " << process.errorString().toStdString();

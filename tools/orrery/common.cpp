@@ -122,13 +122,23 @@ QString exampleDirectory(const QString& given) {
     if (!given.isEmpty()) {
         return holdsExamples(given) ? QFileInfo(given).absoluteFilePath() : QString();
     }
-    QString installed =
-        QDir::cleanPath(QString(QCoreApplication::applicationDirPath() + QLatin1Char('/') +
-                                QStringLiteral(ORRERY_TOOL_INSTALLED_EXAMPLES)));
+    const QDir tool(QCoreApplication::applicationDirPath());
+    // A tool in the bin folder of the example installation (<examples>/korvane/bin) runs the
+    // client from there; Windows takes the installation directory from where the program lies.
+    const QString around = QDir::cleanPath(tool.absoluteFilePath(QStringLiteral("../..")));
+    if (QFileInfo(QDir::cleanPath(tool.absoluteFilePath(QStringLiteral("..")))).fileName() ==
+            QLatin1String("korvane") &&
+        holdsExamples(around)) {
+        return around;
+    }
+    const QString installed =
+        QDir::cleanPath(tool.absoluteFilePath(QStringLiteral(ORRERY_TOOL_INSTALLED_EXAMPLES)));
     if (holdsExamples(installed)) {
         return installed;
     }
-    const QString source = QStringLiteral(ORRERY_TOOL_SOURCE_EXAMPLES);
+    // A source path without a drive (a tree built on another host) lies on the tool's drive.
+    const QString source =
+        QDir::cleanPath(tool.absoluteFilePath(QStringLiteral(ORRERY_TOOL_SOURCE_EXAMPLES)));
     return holdsExamples(source) ? source : QString();
 }
 

@@ -18,7 +18,11 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QDirIterator>
+#include <QFile>
 #include <QFileInfo>
+#include <QProcess>
+#include <QProcessEnvironment>
 #include <QTemporaryDir>
 #include <QTextCodec>
 
@@ -97,6 +101,69 @@ QString quantityAt(DataFile* file, const QString& path) {
     return describeQuantity(file->ResolveObjectPath(path));
 }
 
+// Names the staged examples for the copy of the tool that runs from them.
+const char* const kStagedExamplesVariable = "ORRERY_DEMO_STAGED_EXAMPLES";
+
+// Copies the file @p from to @p to, creating the folders of @p to and replacing the file.
+bool copyFile(const QString& from, const QString& to) {
+    if (!QDir().mkpath(QFileInfo(to).path())) {
+        return false;
+    }
+    QFile::remove(to);
+    return QFile::copy(from, to);
+}
+
+/*
+ * Runs the demo in a copy of the tool placed in the bin folder of a temporary copy of
+ * @p examples, with the same arguments and standard streams, and removes the copies.
+ * The libraries in the tool's folder go with it, so that the copy starts as the tool does.
+ */
+int runFromStagedInstallation(Invocation& run, const QString& examples) {
+    QTemporaryDir stage;
+    if (!stage.isValid()) {
+        return run.fail(
+            QStringLiteral("cannot create a temporary folder: %1").arg(stage.errorString()));
+    }
+    const QString copy = QString(stage.path() + QStringLiteral("/examples"));
+    const QString bin = QString(copy + QStringLiteral("/korvane/bin"));
+    bool copied = copyFile(QString(examples + QStringLiteral("/registry.ini")),
+                           QString(copy + QStringLiteral("/registry.ini")));
+    const QString korvane = QString(examples + QStringLiteral("/korvane"));
+    QDirIterator files(korvane, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (copied && files.hasNext()) {
+        const QString file = files.next();
+        copied =
+            copyFile(file, QString(copy + QStringLiteral("/korvane") + file.mid(korvane.size())));
+    }
+    const QFileInfo tool(QCoreApplication::applicationFilePath());
+    copied = copied && copyFile(tool.filePath(), QString(bin + QLatin1Char('/') + tool.fileName()));
+    const QDir toolFolder = tool.dir();
+    for (const QString& library :
+         toolFolder.entryList({QStringLiteral("*.dll")}, QDir::Files, QDir::Name)) {
+        copied = copied &&
+                 copyFile(toolFolder.filePath(library), QString(bin + QLatin1Char('/') + library));
+    }
+    if (!copied) {
+        return run.fail(
+            QStringLiteral("cannot copy the examples and the tool to %1").arg(quoted(copy)));
+    }
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QLatin1String(kStagedExamplesVariable), copy);
+    QProcess child;
+    child.setProcessEnvironment(environment);
+    child.setProcessChannelMode(QProcess::ForwardedChannels);
+    run.out().flush();
+    run.err().flush();
+    child.start(QString(bin + QLatin1Char('/') + tool.fileName()),
+                QCoreApplication::arguments().mid(1));
+    if (!child.waitForStarted(-1) || !child.waitForFinished(-1) ||
+        child.exitStatus() != QProcess::NormalExit) {
+        return run.fail(
+            QStringLiteral("the staged copy of the tool did not run: %1").arg(child.errorString()));
+    }
+    return child.exitCode();
+}
+
 }  // namespace
 
 int runDemo(Invocation& run) {
@@ -123,14 +190,20 @@ int runDemo(Invocation& run) {
             "components and file names, and shut-down. VEXIL_INSTALLATION_DIR, KORVANE_DIR, "
             "VEXIL_REGISTRY_FILE and HOME are set for the run; HOME is a temporary folder unless "
             "--home is given, so "
-            "the real home directory is never written."));
+            "the real home directory is never written. Where the installation directory "
+            "follows the program's location (Windows), a copy of the tool runs from a "
+            "temporary copy of the examples."));
     if (parsed >= 0) {
         return parsed;
     }
     if (!run.expectPositionals(parser, 0, 0, QStringLiteral("[options]"))) {
         return 1;
     }
-    const QString examples = exampleDirectory(parser.value(examplesOption));
+    // A demo started from a staged installation takes the examples staged for it.
+    const QString staged = environmentValue(QLatin1String(kStagedExamplesVariable));
+    vexil::putenv_stdstring(kStagedExamplesVariable, "");
+    const QString examples =
+        staged.isEmpty() ? exampleDirectory(parser.value(examplesOption)) : staged;
     if (examples.isEmpty()) {
         return run.fail(
             parser.isSet(examplesOption)
@@ -138,13 +211,28 @@ int runDemo(Invocation& run) {
                       .arg(quoted(parser.value(examplesOption)))
                 : QStringLiteral("the example data cannot be found; give it with --examples"));
     }
+    if (parser.isSet(homeOption) && parser.value(homeOption).isEmpty()) {
+        return run.fail(QStringLiteral("the home directory must not be empty"));
+    }
+    const QString installation = QString(examples + QStringLiteral("/korvane"));
+    const QString registry = QString(examples + QStringLiteral("/registry.ini"));
+
+    // The client runs from the example installation. Where the host does not let
+    // VEXIL_INSTALLATION_DIR steer the installation directory (Windows takes it from where
+    // the program lies), a copy of the tool runs from a staged copy of the examples.
+    vexil::putenv_stdstring("VEXIL_INSTALLATION_DIR", utf8(installation));
+    if (!Filename::is_same_pathname(vexil::get_installation_directory(), utf8(installation))) {
+        if (!staged.isEmpty()) {
+            return run.fail(
+                QStringLiteral("the staged copy does not run from %1").arg(quoted(installation)));
+        }
+        return runFromStagedInstallation(run, examples);
+    }
+
     std::unique_ptr<QTemporaryDir> temporaryHome;
     QString home;
     if (parser.isSet(homeOption)) {
         home = QFileInfo(parser.value(homeOption)).absoluteFilePath();
-        if (parser.value(homeOption).isEmpty()) {
-            return run.fail(QStringLiteral("the home directory must not be empty"));
-        }
     } else {
         temporaryHome = std::make_unique<QTemporaryDir>();
         if (!temporaryHome->isValid()) {
@@ -155,15 +243,12 @@ int runDemo(Invocation& run) {
     }
     OpenFilesGuard closeFilesOnExit;
     QTextStream& out = run.out();
-    const QString installation = QString(examples + QStringLiteral("/korvane"));
-    const QString registry = QString(examples + QStringLiteral("/registry.ini"));
 
     out << "Orrery demo: a typical client run on the example data in " << examples << "\n\n";
 
     // 0. The environment of the run.
-    // The client runs from the example installation, and KORVANE_DIR names it for the
-    // $(KORVANE_DIR) references of the designs.
-    vexil::putenv_stdstring("VEXIL_INSTALLATION_DIR", utf8(installation));
+    // KORVANE_DIR names the example installation for the $(KORVANE_DIR) references of the
+    // designs.
     vexil::putenv_stdstring("KORVANE_DIR", utf8(installation));
     vexil::putenv_stdstring("VEXIL_REGISTRY_FILE", utf8(registry));
     vexil::putenv_stdstring("HOME", utf8(home));
@@ -172,7 +257,8 @@ int runDemo(Invocation& run) {
         << kIndent << "VEXIL_INSTALLATION_DIR=" << installation
         << "   (the example installation, where the client runs from)\n"
         << kIndent << "KORVANE_DIR=" << installation << "   (names it in the designs)\n"
-        << kIndent << "VEXIL_REGISTRY_FILE=" << registry << "   (stands in for the registry)\n"
+        << kIndent << "VEXIL_REGISTRY_FILE=" << registry
+        << "   (stands in for the registry; Windows reads its own registry)\n"
         << kIndent << "HOME=" << home
         << (temporaryHome ? "   (a temporary folder, removed at the end)\n" : "\n") << '\n';
 

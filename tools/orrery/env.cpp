@@ -4,6 +4,7 @@
 #include "clientsetup.h"
 #include "tool.h"
 
+#include <orrery/filename.h>
 #include <vexil/core.h>
 
 #include <QFileInfo>
@@ -21,7 +22,8 @@ int runEnv(Invocation& run) {
         QStringLiteral("DIR"));
     const QCommandLineOption installDir(
         QStringLiteral("install-dir"),
-        QStringLiteral("Use DIR as the installation directory (sets VEXIL_INSTALLATION_DIR)."),
+        QStringLiteral("Use DIR as the installation directory (sets VEXIL_INSTALLATION_DIR; "
+                       "refused where the host takes it from the tool's location)."),
         QStringLiteral("DIR"));
     parser.addOption(home);
     parser.addOption(installDir);
@@ -46,8 +48,16 @@ int runEnv(Invocation& run) {
             return run.fail(QStringLiteral("the installation directory %1 does not exist")
                                 .arg(quoted(parser.value(installDir))));
         }
-        vexil::putenv_stdstring("VEXIL_INSTALLATION_DIR",
-                                directory.absoluteFilePath().toStdString());
+        const std::string wanted = directory.absoluteFilePath().toStdString();
+        vexil::putenv_stdstring("VEXIL_INSTALLATION_DIR", wanted);
+        const std::string actual = vexil::get_installation_directory();
+        if (!Orrery::Filename::is_same_pathname(actual, wanted)) {
+            // Windows takes the installation directory from where the program lies.
+            return run.fail(QStringLiteral("the installation directory is %1, the parent of the "
+                                           "tool's folder, on this host; --install-dir cannot "
+                                           "change it")
+                                .arg(quoted(QString::fromStdString(actual))));
+        }
     }
     if (parser.isSet(home)) {
         if (parser.value(home).trimmed().isEmpty()) {

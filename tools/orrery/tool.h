@@ -79,7 +79,8 @@ QString quoted(const QString& text);
 QString realText(double value);
 
 /**
- * @brief The directory of the example data: @p given when not empty, else the installed
+ * @brief The directory of the example data: @p given when not empty, else the one whose
+ *        example installation holds the tool (<examples>/korvane/bin), else the installed
  *        copy beside the tool, else the source tree's examples/ folder.
  * @return the directory, or an empty string when none holds the example designs.
  */
