@@ -3,6 +3,8 @@
 
 #include <orrery/components.h>
 
+#include "storeguard_p.h"
+
 #include <QDir>
 #include <QFileInfo>
 #include <QSettings>
@@ -16,6 +18,34 @@ const QLatin1String kComponentOpen("&{");
 const QLatin1String kComponentClose("}:");
 const QLatin1Char kQualifierSeparator('#');
 const QLatin1Char kPrefixSeparator(':');
+
+// The location recorded for the highest version of @p component, or an empty text.
+QString highestVersionLocation(QSettings& settings, const QString& component) {
+    QString result;
+    settings.beginGroup(component);
+    const QString slashed = QString(QLatin1Char('/') + InstComponentData::s_strLocation);
+    const QString backslashed = QString(QLatin1Char('\\') + InstComponentData::s_strLocation);
+    // No version at or below this threshold is ever chosen.
+    double best = -10000.0;
+    const QStringList keys = settings.allKeys();
+    for (const QString& key : keys) {
+        if (!key.contains(InstComponentData::s_strLocation, Qt::CaseSensitive)) {
+            continue;
+        }
+        QString candidate = key;
+        candidate.remove(backslashed, Qt::CaseSensitive);
+        candidate.remove(slashed, Qt::CaseSensitive);
+        bool isNumber = false;
+        const double candidateValue = candidate.toDouble(&isNumber);
+        // Versions compare as decimal numbers; the first of equal values wins.
+        if (isNumber && candidateValue > best) {
+            best = candidateValue;
+            result = settings.value(key).toString();
+        }
+    }
+    settings.endGroup();
+    return result;
+}
 
 }  // namespace
 
@@ -96,30 +126,15 @@ QString QueryReferredComponentLocation(const QString& productRoot, const QString
                                                             InstComponentData::s_strLocation);
     } else {
         // A read: no lock and no sync, so the file stays as it is.
-        QSettings settings(InstComponentData::GetComponentFullPathtoRefFile(productRoot),
-                           QSettings::IniFormat);
-        settings.beginGroup(component);
-        const QString slashed = QString(QLatin1Char('/') + InstComponentData::s_strLocation);
-        const QString backslashed = QString(QLatin1Char('\\') + InstComponentData::s_strLocation);
-        // No version at or below this threshold is ever chosen.
-        double best = -10000.0;
-        const QStringList keys = settings.allKeys();
-        for (const QString& key : keys) {
-            if (!key.contains(InstComponentData::s_strLocation, Qt::CaseSensitive)) {
-                continue;
-            }
-            QString candidate = key;
-            candidate.remove(backslashed, Qt::CaseSensitive);
-            candidate.remove(slashed, Qt::CaseSensitive);
-            bool isNumber = false;
-            const double candidateValue = candidate.toDouble(&isNumber);
-            // Versions compare as decimal numbers; the first of equal values wins.
-            if (isNumber && candidateValue > best) {
-                best = candidateValue;
-                result = settings.value(key).toString();
+        StoreRetry retry;
+        while (true) {
+            QSettings settings(InstComponentData::GetComponentFullPathtoRefFile(productRoot),
+                               QSettings::IniFormat);
+            result = highestVersionLocation(settings, component);
+            if (!retry.again(settings)) {
+                break;
             }
         }
-        settings.endGroup();
     }
     if (expandVariables) {
         result = ExpandVars(result);

@@ -11,6 +11,7 @@
 #include <QSettings>
 #include <QVariant>
 
+#include <functional>
 #include <iostream>
 #include <memory>
 
@@ -42,6 +43,11 @@ QString groupOf(const QString& component, const QString& version) {
     return QString(component + QLatin1Char('/') + version);
 }
 
+std::unique_ptr<QSettings> openNativeStore() {
+    return std::make_unique<QSettings>(InstComponentData::s_strOrganization,
+                                       InstComponentData::s_strapplication);
+}
+
 bool checkProductRoot(const QString& productRoot) {
     if (productRoot.isEmpty()) {
         std::cerr << "Product root needs to be set\n";
@@ -50,11 +56,12 @@ bool checkProductRoot(const QString& productRoot) {
     return true;
 }
 
+using Opener = std::function<std::unique_ptr<QSettings>()>;
+
 std::unique_ptr<QSettings> openInstalledStore() {
     const QString file = InstComponentData::GetInstComponentFullPathtoRefFile();
     if (file.isEmpty()) {
-        return std::make_unique<QSettings>(InstComponentData::s_strOrganization,
-                                           InstComponentData::s_strapplication);
+        return openNativeStore();
     }
     return std::make_unique<QSettings>(file, QSettings::IniFormat);
 }
@@ -66,30 +73,52 @@ std::unique_ptr<QSettings> openReferredStore(const QString& productRoot) {
 
 // Reads take no lock and never sync: QSettings writes nothing back for an object that was
 // only read, and a reader that waited for writers could be kept waiting by a lock file.
-QString readKey(QSettings& settings, const QString& component, const QString& version,
+QString readKey(const Opener& open, const QString& component, const QString& version,
                 const QString& key) {
-    settings.beginGroup(groupOf(component, version));
-    const QString value = settings.value(key, QVariant()).toString();
-    settings.endGroup();
-    return value;
+    StoreRetry retry;
+    while (true) {
+        const std::unique_ptr<QSettings> settings = open();
+        settings->beginGroup(groupOf(component, version));
+        const QString value = settings->value(key, QVariant()).toString();
+        settings->endGroup();
+        if (!retry.again(*settings)) {
+            return value;
+        }
+    }
 }
 
-void writeKey(QSettings& settings, const QString& component, const QString& version,
+// Makes @p change to the store and writes it, under the store's guard.
+void changeStore(const Opener& open, const std::function<void(QSettings&)>& change) {
+    std::unique_ptr<QSettings> settings = open();
+    const StoreGuard guard(*settings);
+    StoreRetry retry;
+    while (true) {
+        change(*settings);
+        settings->sync();
+        if (!retry.again(*settings)) {
+            return;
+        }
+        // A new object reads the store again, still under the guard.
+        settings = open();
+    }
+}
+
+void writeKey(const Opener& open, const QString& component, const QString& version,
               const QString& key, const QString& value) {
-    const StoreGuard guard(settings);
-    settings.beginGroup(groupOf(component, version));
-    settings.setValue(key, value);
-    settings.endGroup();
-    settings.sync();
+    changeStore(open, [&](QSettings& settings) {
+        settings.beginGroup(groupOf(component, version));
+        settings.setValue(key, value);
+        settings.endGroup();
+    });
 }
 
-void removeGroup(QSettings& settings, const QString& component, const QString& version) {
-    const StoreGuard guard(settings);
-    settings.beginGroup(groupOf(component, version));
-    // The empty key stands for every key of the current group.
-    settings.remove(QString());
-    settings.endGroup();
-    settings.sync();
+void removeGroup(const Opener& open, const QString& component, const QString& version) {
+    changeStore(open, [&](QSettings& settings) {
+        settings.beginGroup(groupOf(component, version));
+        // The empty key stands for every key of the current group.
+        settings.remove(QString());
+        settings.endGroup();
+    });
 }
 
 // Removes each backslash and keeps the character after it literally.
@@ -141,21 +170,18 @@ QString InstComponentData::GetComponentFullPathtoRefFile(const QString& productR
 
 QString InstComponentData::GetInstComponentKey(const QString& component, const QString& version,
                                                const QString& key) {
-    const std::unique_ptr<QSettings> settings = openInstalledStore();
-    return readKey(*settings, component, version, key);
+    return readKey(openInstalledStore, component, version, key);
 }
 
 bool InstComponentData::SetInstComponentKey(const QString& component, const QString& version,
                                             const QString& key, const QString& value) {
-    const std::unique_ptr<QSettings> settings = openInstalledStore();
-    writeKey(*settings, component, version, key, value);
+    writeKey(openInstalledStore, component, version, key, value);
     return true;
 }
 
 bool InstComponentData::RemoveInstComponent(const QString& component, const QString& version) {
     // Deliberately the native settings, even when VEXIL_INSTALLINFO_FILE names an INI file.
-    QSettings settings(s_strOrganization, s_strapplication);
-    removeGroup(settings, component, version);
+    removeGroup(openNativeStore, component, version);
     return true;
 }
 
@@ -165,8 +191,7 @@ QString InstComponentData::GetReferredComponentKey(const QString& productRoot,
     if (!checkProductRoot(productRoot)) {
         return QString();
     }
-    const std::unique_ptr<QSettings> settings = openReferredStore(productRoot);
-    return readKey(*settings, component, version, key);
+    return readKey([&] { return openReferredStore(productRoot); }, component, version, key);
 }
 
 bool InstComponentData::SetReferredComponentKey(const QString& productRoot,
@@ -175,8 +200,7 @@ bool InstComponentData::SetReferredComponentKey(const QString& productRoot,
     if (!checkProductRoot(productRoot)) {
         return false;
     }
-    const std::unique_ptr<QSettings> settings = openReferredStore(productRoot);
-    writeKey(*settings, component, version, key, value);
+    writeKey([&] { return openReferredStore(productRoot); }, component, version, key, value);
     return true;
 }
 
@@ -185,8 +209,7 @@ bool InstComponentData::RemoveReferredComponent(const QString& productRoot,
     if (!checkProductRoot(productRoot)) {
         return false;
     }
-    const std::unique_ptr<QSettings> settings = openReferredStore(productRoot);
-    removeGroup(*settings, component, version);
+    removeGroup([&] { return openReferredStore(productRoot); }, component, version);
     return true;
 }
 

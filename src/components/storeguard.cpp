@@ -8,12 +8,16 @@
 #include <QFileInfo>
 #include <QLockFile>
 #include <QSettings>
+#include <QThread>
 
 #include <algorithm>
 
 namespace Orrery {
 
 namespace {
+
+// How long a store that refuses access is tried again.
+constexpr qint64 kRetryBudgetMs = 2000;
 
 // Sets the file's modification time to the later of now and one millisecond after both its
 // current time and @p floor; returns the time set, or an invalid time when it failed.
@@ -86,6 +90,18 @@ StoreGuard::~StoreGuard() {
     if (lock_ && QFileInfo::exists(file_)) {
         advanceModificationTime(file_, stamp_);
     }
+}
+
+StoreRetry::StoreRetry() {
+    timer_.start();
+}
+
+bool StoreRetry::again(const QSettings& settings) {
+    if (settings.status() != QSettings::AccessError || timer_.elapsed() >= kRetryBudgetMs) {
+        return false;
+    }
+    QThread::msleep(1);
+    return true;
 }
 
 }  // namespace Orrery

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QDateTime>
+#include <QElapsedTimer>
 #include <QString>
 
 #include <memory>
@@ -52,6 +53,27 @@ private:
     QString file_;
     std::unique_ptr<Platform::FileLock> lock_;
     QDateTime stamp_;
+};
+
+/**
+ * Tells an operation on a store whether to try again with a fresh settings object.
+ *
+ * On Windows an open handle of a reader makes the replacement of the store fail, and a
+ * store that is being replaced cannot be opened for a moment: QSettings then reports an
+ * access error, and the write is lost or the read finds nothing. Such a refusal lasts only
+ * as long as the other process keeps the file open, so reads and writes try again for up
+ * to two seconds, each time with a new settings object (the status of one stays set once
+ * an error is reported). An access error that lasts longer is left as it is.
+ */
+class StoreRetry {
+public:
+    StoreRetry();
+    /// Whether @p settings reported an access error and there is time left; then it has
+    /// waited a moment before returning true.
+    bool again(const QSettings& settings);
+
+private:
+    QElapsedTimer timer_;
 };
 
 }  // namespace Orrery

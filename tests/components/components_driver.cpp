@@ -66,13 +66,14 @@ int alternateLocation(int count) {
 }
 
 // Takes the lock that a writer of a store holds, an exclusive flock() on FILE (the store's
-// "<store>.storelock"; LockFileEx on Windows), says "held" and keeps it until the process
-// is killed.
+// "<store>.storelock"; LockFileEx on Windows, on a handle that shares the file as a writer's
+// does), says "held" and keeps it until the process is killed.
 int holdLock(const char* file) {
 #ifdef _WIN32
-    const HANDLE handle = ::CreateFileW(
-        QString::fromLocal8Bit(file).toStdWString().c_str(), GENERIC_READ | GENERIC_WRITE,
-        FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    const HANDLE handle = ::CreateFileW(QString::fromLocal8Bit(file).toStdWString().c_str(),
+                                        GENERIC_READ | GENERIC_WRITE | DELETE,
+                                        FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                        nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
     OVERLAPPED whole{};
     if (handle == INVALID_HANDLE_VALUE ||
         !::LockFileEx(handle, LOCKFILE_EXCLUSIVE_LOCK, 0, MAXDWORD, MAXDWORD, &whole)) {

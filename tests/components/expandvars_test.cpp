@@ -4,6 +4,7 @@
 #include "expandvars_reference.h"
 #include "qtprinters.h"
 #include "testutil.h"
+#include "user_registry.h"
 
 #include <ostream>
 
@@ -101,11 +102,25 @@ TEST_F(ExpandVarsTest, AdjacentPercentReferencesExpandInTurn) {
     EXPECT_EQ(ExpandVars(QStringLiteral("%A%%B%")), QStringLiteral("12"));
 }
 
+// Environment names differ by case only on POSIX; on Windows both spellings name one
+// variable (TokenTextIsCaseSensitiveWhileTheLookupIgnoresCase).
+#ifndef _WIN32
 TEST_F(ExpandVarsTest, TokenTextIsCaseSensitive) {
     env().set("ORT_Home", "lower").set("ORT_HOME", "upper");
     EXPECT_EQ(ExpandVars(QStringLiteral("$ORT_Home $ORT_HOME")), QStringLiteral("lower upper"));
     EXPECT_EQ(ExpandVars(QStringLiteral("$ORT_HOME $ORT_Home")), QStringLiteral("upper lower"));
 }
+#else
+TEST_F(ExpandVarsTest, TokenTextIsCaseSensitiveWhileTheLookupIgnoresCase) {
+    env().set("ORT_HOME", "upper");
+    EXPECT_EQ(ExpandVars(QStringLiteral("$ORT_Home $ORT_HOME")), QStringLiteral("upper upper"));
+    // A token replaces only text spelled exactly like it: "$ORT_b", brought in by the first
+    // value, stays when "$ORT_B" is replaced (same spelling: "b b" in
+    // LaterTokenAlsoReplacesTextAnEarlierValueBroughtIn).
+    env().set("ORT_A", "$ORT_b").set("ORT_B", "B");
+    EXPECT_EQ(ExpandVars(QStringLiteral("%ORT_A% $ORT_B")), QStringLiteral("$ORT_b B"));
+}
+#endif
 
 TEST_F(ExpandVarsTest, HyphenBelongsToTheName) {
     env().set("ORT_A", "short").set("ORT_A-b", "long");
@@ -156,6 +171,9 @@ TEST_F(ExpandVarsTest, ScanResumesAtTheOldPositionPlusTheValueLength) {
     EXPECT_EQ(ExpandVars(QStringLiteral("%ORT_A%  $ORT_B$ORT_C")), QStringLiteral("  $ORT_C"));
 }
 
+// VEXIL_REGISTRY_FILE stands in for the registry only on POSIX; Windows reads the
+// registry itself (FallsBackToTheUsersRegistry).
+#ifndef _WIN32
 TEST_F(ExpandVarsTest, FallsBackToTheRegistry) {
     writeRegistry("[Environment]\nORT_REG=from registry\n");
     env().unset("ORT_REG");
@@ -165,6 +183,21 @@ TEST_F(ExpandVarsTest, FallsBackToTheRegistry) {
     env().set("ORT_REG", "from env");
     EXPECT_EQ(ExpandVars(QStringLiteral("${ORT_REG}/x")), QStringLiteral("from env/x"));
 }
+#else
+TEST_F(ExpandVarsTest, FallsBackToTheUsersRegistry) {
+    // The installer's per-user values, in a HKEY_CURRENT_USER of this test's own.
+    const OrreryTest::PrivateUserRegistry registry;
+    ASSERT_TRUE(registry.active());
+    ASSERT_TRUE(registry.setValue(QStringLiteral("Software\\Tolmarsk\\Vexil\\Environment"),
+                                  QStringLiteral("ORT_REG"), QStringLiteral("from registry")));
+    env().unset("ORT_REG");
+    EXPECT_EQ(ExpandVars(QStringLiteral("$ORT_REG/x")), QStringLiteral("from registry/x"));
+    env().set("ORT_REG", "");
+    EXPECT_EQ(ExpandVars(QStringLiteral("%ORT_REG%/x")), QStringLiteral("from registry/x"));
+    env().set("ORT_REG", "from env");
+    EXPECT_EQ(ExpandVars(QStringLiteral("${ORT_REG}/x")), QStringLiteral("from env/x"));
+}
+#endif
 
 TEST_F(ExpandVarsTest, WithoutRegistryAnUnsetVariableIsEmpty) {
     writeRegistry("[Environment]\nORT_OTHER=1\n");

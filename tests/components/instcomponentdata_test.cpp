@@ -9,6 +9,7 @@
 
 #include <ostream>
 
+#include <QCoreApplication>
 #include <QDateTime>
 #include <QDir>
 #include <QElapsedTimer>
@@ -26,6 +27,7 @@
 
 using Orrery::InstComponentData;
 using OrreryTest::ComponentStoreTest;
+using OrreryTest::iniText;
 using OrreryTest::StderrCapture;
 
 namespace {
@@ -140,7 +142,7 @@ TEST_F(ReferredComponents, WritesTheExactIniText) {
     EXPECT_TRUE(InstComponentData::SetReferredComponentKey(
         root(), QStringLiteral("Models"), QStringLiteral("2.1"), QStringLiteral("Location"),
         QStringLiteral("/opt/m")));
-    EXPECT_EQ(readFile(refFile()), QByteArray("[Models]\n2.1\\Location=/opt/m\n"));
+    EXPECT_EQ(readFile(refFile()), iniText("[Models]\n2.1\\Location=/opt/m\n"));
 }
 
 TEST_F(ReferredComponents, ReadsBackWhatWasWritten) {
@@ -158,7 +160,7 @@ TEST_F(ReferredComponents, ReadsBackWhatWasWritten) {
         InstComponentData::GetReferredComponentKey(
             root(), QStringLiteral("Models"), QStringLiteral("2.1"), QStringLiteral("RefCount")),
         QStringLiteral("3"));
-    EXPECT_EQ(readFile(refFile()), QByteArray("[Models]\n2.1\\Location=/opt/m\n2.1\\RefCount=3\n"));
+    EXPECT_EQ(readFile(refFile()), iniText("[Models]\n2.1\\Location=/opt/m\n2.1\\RefCount=3\n"));
 }
 
 TEST_F(ReferredComponents, AbsentKeyOrFileReadsEmptyAndCreatesNothing) {
@@ -187,7 +189,7 @@ TEST_F(ReferredComponents, WritingCreatesAMissingFile) {
                                                            QStringLiteral("1"), QStringLiteral("k"),
                                                            QStringLiteral("v")));
     EXPECT_EQ(readFile(QString(otherRoot + QStringLiteral("/ComponentRefs.ini"))),
-              QByteArray("[T]\n1\\k=v\n"));
+              iniText("[T]\n1\\k=v\n"));
 }
 
 TEST_F(ReferredComponents, RemoveLeavesOtherVersionsInPlace) {
@@ -202,8 +204,7 @@ TEST_F(ReferredComponents, RemoveLeavesOtherVersionsInPlace) {
     }
     EXPECT_TRUE(InstComponentData::RemoveReferredComponent(root(), QStringLiteral("Models"),
                                                            QStringLiteral("2.1")));
-    EXPECT_EQ(readFile(refFile()),
-              QByteArray("[Models]\n3.0\\Location=/opt/m3.0\n3.0\\RefCount=1\n"));
+    EXPECT_EQ(readFile(refFile()), iniText("[Models]\n3.0\\Location=/opt/m3.0\n3.0\\RefCount=1\n"));
     EXPECT_EQ(
         InstComponentData::GetReferredComponentKey(
             root(), QStringLiteral("Models"), QStringLiteral("2.1"), QStringLiteral("Location")),
@@ -218,14 +219,14 @@ TEST_F(ReferredComponents, SlashInComponentMakesADeeperGroup) {
     InstComponentData::SetReferredComponentKey(root(), QStringLiteral("Lib/Models"),
                                                QStringLiteral("1"), QStringLiteral("Location"),
                                                QStringLiteral("/l"));
-    EXPECT_EQ(readFile(refFile()), QByteArray("[Lib]\nModels\\1\\Location=/l\n"));
+    EXPECT_EQ(readFile(refFile()), iniText("[Lib]\nModels\\1\\Location=/l\n"));
 }
 
 TEST_F(ReferredComponents, QtIniEscapingAppliesUnchanged) {
     InstComponentData::SetReferredComponentKey(root(), QStringLiteral("My Models"),
                                                QStringLiteral("1.0"), QStringLiteral("Location"),
                                                QStringLiteral("C:\\m;x"));
-    EXPECT_EQ(readFile(refFile()), QByteArray("[My%20Models]\n1.0\\Location=\"C:\\\\m;x\"\n"));
+    EXPECT_EQ(readFile(refFile()), iniText("[My%20Models]\n1.0\\Location=\"C:\\\\m;x\"\n"));
     EXPECT_EQ(
         InstComponentData::GetReferredComponentKey(
             root(), QStringLiteral("My Models"), QStringLiteral("1.0"), QStringLiteral("Location")),
@@ -237,7 +238,7 @@ TEST_F(ReferredComponents, QuotedRootNamesTheSameFile) {
     InstComponentData::SetReferredComponentKey(quoted, QStringLiteral("Models"),
                                                QStringLiteral("2.1"), QStringLiteral("Location"),
                                                QStringLiteral("/opt/m"));
-    EXPECT_EQ(readFile(refFile()), QByteArray("[Models]\n2.1\\Location=/opt/m\n"));
+    EXPECT_EQ(readFile(refFile()), iniText("[Models]\n2.1\\Location=/opt/m\n"));
 }
 
 TEST_F(ReferredComponents, VariableNamesTheFileAndTheRootIsIgnored) {
@@ -246,7 +247,7 @@ TEST_F(ReferredComponents, VariableNamesTheFileAndTheRootIsIgnored) {
     EXPECT_TRUE(InstComponentData::SetReferredComponentKey(
         QStringLiteral("/no/such/root"), QStringLiteral("Models"), QStringLiteral("2.1"),
         QStringLiteral("Location"), QStringLiteral("/opt/m")));
-    EXPECT_EQ(readFile(shared), QByteArray("[Models]\n2.1\\Location=/opt/m\n"));
+    EXPECT_EQ(readFile(shared), iniText("[Models]\n2.1\\Location=/opt/m\n"));
     EXPECT_FALSE(QFileInfo::exists(QStringLiteral("/no/such/root/ComponentRefs.ini")));
     EXPECT_EQ(
         InstComponentData::GetReferredComponentKey(
@@ -317,14 +318,14 @@ TEST_F(InstalledComponents, IniFileFromTheVariable) {
     EXPECT_TRUE(InstComponentData::SetInstComponentKey(
         QStringLiteral("Models"), QStringLiteral("2.1"), QStringLiteral("Location"),
         QStringLiteral("/opt/m")));
-    EXPECT_EQ(readFile(store), QByteArray("[Models]\n2.1\\Location=/opt/m\n"));
+    EXPECT_EQ(readFile(store), iniText("[Models]\n2.1\\Location=/opt/m\n"));
     EXPECT_EQ(InstComponentData::GetInstComponentKey(
                   QStringLiteral("Models"), QStringLiteral("2.1"), QStringLiteral("Location")),
               QStringLiteral("/opt/m"));
     EXPECT_EQ(InstComponentData::GetInstComponentKey(
                   QStringLiteral("Models"), QStringLiteral("2.1"), QStringLiteral("Build")),
               QString());
-    EXPECT_FALSE(QFileInfo::exists(nativeStoreFile()));
+    EXPECT_FALSE(nativeStoreExists());
 }
 
 TEST_F(InstalledComponents, NativeSettingsWithoutTheVariable) {
@@ -335,7 +336,14 @@ TEST_F(InstalledComponents, NativeSettingsWithoutTheVariable) {
     EXPECT_EQ(InstComponentData::GetInstComponentKey(
                   QStringLiteral("Models"), QStringLiteral("2.1"), QStringLiteral("RefCount")),
               QStringLiteral("2"));
-    EXPECT_EQ(readFile(nativeStoreFile()), QByteArray("[Models]\n2.1\\RefCount=2\n"));
+#ifdef _WIN32
+    // The registry: a key per group, a text value per key.
+    EXPECT_EQ(registrySnapshot(),
+              (QStringList{QStringLiteral("Models\\"), QStringLiteral("Models\\2.1\\"),
+                           QStringLiteral("Models\\2.1\\RefCount REG_SZ 2")}));
+#else
+    EXPECT_EQ(readFile(nativeStoreFile()), iniText("[Models]\n2.1\\RefCount=2\n"));
+#endif
 }
 
 TEST_F(InstalledComponents, RemoveTakesTheWholeVersionAndKeepsOthers) {
@@ -350,8 +358,14 @@ TEST_F(InstalledComponents, RemoveTakesTheWholeVersionAndKeepsOthers) {
     EXPECT_EQ(InstComponentData::GetInstComponentKey(
                   QStringLiteral("Models"), QStringLiteral("1.0"), QStringLiteral("Location")),
               QString());
-    EXPECT_EQ(readFile(nativeStoreFile()),
-              QByteArray("[Models]\n2.0\\Build=7\n2.0\\Location=/m\n"));
+#ifdef _WIN32
+    EXPECT_EQ(registrySnapshot(),
+              (QStringList{QStringLiteral("Models\\"), QStringLiteral("Models\\2.0\\"),
+                           QStringLiteral("Models\\2.0\\Build REG_SZ 7"),
+                           QStringLiteral("Models\\2.0\\Location REG_SZ /m")}));
+#else
+    EXPECT_EQ(readFile(nativeStoreFile()), iniText("[Models]\n2.0\\Build=7\n2.0\\Location=/m\n"));
+#endif
 }
 
 TEST_F(InstalledComponents, RemoveAlwaysWorksOnTheNativeSettings) {
@@ -369,7 +383,7 @@ TEST_F(InstalledComponents, RemoveAlwaysWorksOnTheNativeSettings) {
     EXPECT_EQ(InstComponentData::GetInstComponentKey(
                   QStringLiteral("Models"), QStringLiteral("2.1"), QStringLiteral("Location")),
               QStringLiteral("/ini"));
-    EXPECT_EQ(readFile(store), QByteArray("[Models]\n2.1\\Location=/ini\n"));
+    EXPECT_EQ(readFile(store), iniText("[Models]\n2.1\\Location=/ini\n"));
     // ...while the native settings lose it.
     env().unset("VEXIL_INSTALLINFO_FILE");
     EXPECT_EQ(InstComponentData::GetInstComponentKey(
@@ -401,7 +415,13 @@ TEST_F(InstalledComponents, ChangeWithEqualSizeAndTimeIsNotMissed) {
               QStringLiteral("2"));
     InstComponentData::SetInstComponentKey(QStringLiteral("Models"), QStringLiteral("2.1"),
                                            QStringLiteral("Build"), QStringLiteral("9"));
-    EXPECT_EQ(readFile(store), QByteArray("[Models]\n2.1\\Build=9\n2.1\\RefCount=2\n"));
+#ifdef _WIN32
+    // On Windows Qt keeps the keys of an INI file in the order they were read and puts new
+    // ones after them; elsewhere it writes them sorted.
+    EXPECT_EQ(readFile(store), iniText("[Models]\n2.1\\RefCount=2\n2.1\\Build=9\n"));
+#else
+    EXPECT_EQ(readFile(store), iniText("[Models]\n2.1\\Build=9\n2.1\\RefCount=2\n"));
+#endif
 }
 
 TEST_F(InstalledComponents, GuardLeavesNoLockFileBehind) {
@@ -456,7 +476,15 @@ protected:
                                                QStringLiteral("Build"), QStringLiteral("ini"));
         ASSERT_TRUE(QFileInfo::exists(refFile()));
         ASSERT_TRUE(QFileInfo::exists(installedFile()));
-        ASSERT_TRUE(QFileInfo::exists(nativeStoreFile()));
+        ASSERT_TRUE(nativeStoreExists());
+    }
+    // The stores kept in files; on Windows the native settings are in the registry.
+    QStringList storeFiles() const {
+        QStringList files{refFile(), installedFile()};
+#ifndef _WIN32
+        files << nativeStoreFile();
+#endif
+        return files;
     }
 
     // Every read operation on every store; @p expected says whether the stores hold data.
@@ -496,8 +524,10 @@ TEST_F(ReadsChangeNothing, StoresKeepTheirBytesAndTimesAndNothingAppears) {
     fillStores();
     OrreryTest::ageTree(path());
     const std::string before = OrreryTest::snapshotTree(path());
+    const QStringList registryBefore = registrySnapshot();
     readAll(true);
     EXPECT_EQ(OrreryTest::snapshotTree(path()), before);
+    EXPECT_EQ(registrySnapshot(), registryBefore);
 }
 
 TEST_F(ReadsChangeNothing, MissingStoresStayMissing) {
@@ -511,6 +541,9 @@ TEST_F(ReadsChangeNothing, MissingStoresStayMissing) {
     env().set("VEXIL_INSTALLINFO_FILE", installedFile().toStdString());
     readAll(false);
     EXPECT_EQ(OrreryTest::snapshotTree(path()), before);
+    // On Windows Qt opens the application's registry key for reading by creating it, but
+    // nothing is put into it.
+    EXPECT_EQ(registrySnapshot(), QStringList());
 }
 
 TEST_F(ReadsChangeNothing, LockFilesNamingARunningProcessDoNotDelayAReader) {
@@ -518,17 +551,19 @@ TEST_F(ReadsChangeNothing, LockFilesNamingARunningProcessDoNotDelayAReader) {
     OrreryTest::ageTree(path());
     // Fresh lock files, so that their age does not give them away as stale.
     const QString scratch = path(QStringLiteral("scratch.lock"));
-    for (const QString& store : {refFile(), installedFile(), nativeStoreFile()}) {
+    for (const QString& store : storeFiles()) {
         for (const char* suffix : {".storelock", ".lock"}) {
             writeLiveLookingLockFile(QString(store + QLatin1String(suffix)), scratch);
         }
     }
     const std::string before = OrreryTest::snapshotTree(path());
+    const QStringList registryBefore = registrySnapshot();
     QElapsedTimer timer;
     timer.start();
     readAll(true);
     EXPECT_LT(timer.elapsed(), 5000);
     EXPECT_EQ(OrreryTest::snapshotTree(path()), before);
+    EXPECT_EQ(registrySnapshot(), registryBefore);
 }
 
 // ---------------------------------------------------------------- child processes
@@ -557,6 +592,9 @@ QProcessEnvironment cleanEnvironment() {
 
 using InstalledComponentsProcess = OrreryTest::TempDirTest;
 
+// XDG_CONFIG_HOME places the native settings only on POSIX; Windows keeps them in the
+// registry (NativeSettingsLiveInTheUsersRegistry).
+#ifndef _WIN32
 TEST_F(InstalledComponentsProcess, NativeSettingsLiveUnderXdgConfigHome) {
     QProcessEnvironment environment = cleanEnvironment();
     const QString config = path(QStringLiteral("xdg"));
@@ -571,7 +609,7 @@ TEST_F(InstalledComponentsProcess, NativeSettingsLiveUnderXdgConfigHome) {
     EXPECT_EQ(result.out, QString(QStringLiteral("1 ") + expectedFile + QLatin1Char('\n')));
     QFile file(expectedFile);
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    EXPECT_EQ(file.readAll(), QByteArray("[Models]\n2.1\\Location=/opt/m\n"));
+    EXPECT_EQ(file.readAll(), iniText("[Models]\n2.1\\Location=/opt/m\n"));
     file.close();
 
     result = runDriver({QStringLiteral("native-get"), QStringLiteral("Models"),
@@ -588,6 +626,89 @@ TEST_F(InstalledComponentsProcess, NativeSettingsLiveUnderXdgConfigHome) {
                        environment);
     EXPECT_EQ(result.out, QStringLiteral("[]\n"));
 }
+#endif
+
+#ifdef _WIN32
+// Removes on destruction what a test added to the real per-user store: the key of its
+// component, and the keys of the organisation and the application when they did not exist
+// before and hold nothing else.
+class NativeStoreCleanup {
+public:
+    explicit NativeStoreCleanup(const QString& component)
+        : component_(QString(QStringLiteral("Software\\Tolmarsk\\Vexil\\") + component)),
+          hadOrganisation_(
+              OrreryTest::regKeyExists(HKEY_CURRENT_USER, QStringLiteral("Software\\Tolmarsk"))),
+          hadApplication_(OrreryTest::regKeyExists(HKEY_CURRENT_USER,
+                                                   QStringLiteral("Software\\Tolmarsk\\Vexil"))) {}
+    ~NativeStoreCleanup() {
+        const auto* name = reinterpret_cast<const wchar_t*>(component_.utf16());
+        ::RegDeleteTreeW(HKEY_CURRENT_USER, name);
+        ::RegDeleteKeyW(HKEY_CURRENT_USER, name);
+        if (!hadApplication_) {
+            OrreryTest::regDeleteIfEmpty(HKEY_CURRENT_USER,
+                                         QStringLiteral("Software\\Tolmarsk\\Vexil"));
+        }
+        if (!hadOrganisation_) {
+            OrreryTest::regDeleteIfEmpty(HKEY_CURRENT_USER, QStringLiteral("Software\\Tolmarsk"));
+        }
+    }
+    NativeStoreCleanup(const NativeStoreCleanup&) = delete;
+    NativeStoreCleanup& operator=(const NativeStoreCleanup&) = delete;
+
+private:
+    QString component_;
+    bool hadOrganisation_;
+    bool hadApplication_;
+};
+
+// Those of @p entries, as regQuery() lists them, that belong to @p component.
+QStringList entriesOf(const QStringList& entries, const QString& component) {
+    QStringList out;
+    for (const QString& entry : entries) {
+        if (entry.startsWith(QString(component + QLatin1Char('\\')))) {
+            out << entry;
+        }
+    }
+    return out;
+}
+
+TEST_F(InstalledComponentsProcess, NativeSettingsLiveInTheUsersRegistry) {
+    // Another process writes the user's real store; a component named after this process
+    // keeps the test apart from the user's entries and from other tests.
+    const QString component =
+        QStringLiteral("OrreryTest-%1").arg(QCoreApplication::applicationPid());
+    const QString storeKey = QStringLiteral("HKCU\\Software\\Tolmarsk\\Vexil");
+    ASSERT_TRUE(entriesOf(OrreryTest::regQuery(storeKey), component).isEmpty());
+    const NativeStoreCleanup cleanup(component);
+    const QProcessEnvironment environment = cleanEnvironment();
+
+    DriverResult result = runDriver({QStringLiteral("native-set"), component, QStringLiteral("2.1"),
+                                     QStringLiteral("Location"), QStringLiteral("/opt/m")},
+                                    environment);
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.out, QStringLiteral("1 \\HKEY_CURRENT_USER\\Software\\Tolmarsk\\Vexil\n"));
+    EXPECT_EQ(entriesOf(OrreryTest::regQuery(storeKey), component),
+              (QStringList{QString(component + QStringLiteral("\\")),
+                           QString(component + QStringLiteral("\\2.1\\")),
+                           QString(component + QStringLiteral("\\2.1\\Location REG_SZ /opt/m"))}));
+
+    result = runDriver({QStringLiteral("native-get"), component, QStringLiteral("2.1"),
+                        QStringLiteral("Location")},
+                       environment);
+    EXPECT_EQ(result.out, QStringLiteral("[/opt/m]\n"));
+
+    result =
+        runDriver({QStringLiteral("native-remove"), component, QStringLiteral("2.1")}, environment);
+    EXPECT_EQ(result.out, QStringLiteral("1\n"));
+    const QStringList left = entriesOf(OrreryTest::regQuery(storeKey), component);
+    EXPECT_TRUE(left.filter(QString(component + QStringLiteral("\\2.1"))).isEmpty())
+        << left.join(QLatin1Char('|')).toStdString();
+    result = runDriver({QStringLiteral("native-get"), component, QStringLiteral("2.1"),
+                        QStringLiteral("Location")},
+                       environment);
+    EXPECT_EQ(result.out, QStringLiteral("[]\n"));
+}
+#endif
 
 using ConcurrentReaders = OrreryTest::TempDirTest;
 
@@ -676,7 +797,7 @@ TEST_F(WriterLocks, LockFilesLeftBehindDoNotDelayAWriter) {
         InstComponentData::SetInstComponentKey(QStringLiteral("Models"), QStringLiteral("2.1"),
                                                QStringLiteral("Location"), QStringLiteral("/m")));
     EXPECT_LT(timer.elapsed(), 5000);
-    EXPECT_EQ(readFile(store()), QByteArray("[Models]\n2.1\\Location=/m\n"));
+    EXPECT_EQ(readFile(store()), iniText("[Models]\n2.1\\Location=/m\n"));
     EXPECT_EQ(QDir(path()).entryList(QDir::Files | QDir::Hidden),
               QStringList{QStringLiteral("store.ini")});
 }

@@ -5,6 +5,7 @@
 #include "testutil.h"
 
 #include <QBuffer>
+#include <QDir>
 #include <QFile>
 #include <QProcess>
 #include <QThread>
@@ -32,6 +33,15 @@ QString writeToString(const XMLElement& root) {
 Orrery::ERESULT readFromString(XMLElement& root, const QString& text) {
     QXmlStreamReader reader(text);
     return root.FromXMLStream(reader);
+}
+
+// @p text as a file written in text mode holds it: with CR LF line ends on Windows.
+QByteArray textModeBytes(const char* text) {
+    QByteArray bytes(text);
+#ifdef _WIN32
+    bytes.replace("\n", "\r\n");
+#endif
+    return bytes;
 }
 
 // Structural equality of two trees (comments are not part of the tree).
@@ -320,9 +330,10 @@ TEST_F(XMLElementFile, WritesTheExactDocumentWithEncoding) {
     root.SetAttribute(QStringLiteral("v"), QStringLiteral("\u00e9"));
     root.AddChildElement(element(QStringLiteral("p"), QStringLiteral("4.7k")));
     ASSERT_EQ(root.ToXMLFile(path(QStringLiteral("out.xml"))), Orrery::RESULT_OK);
+    // The file is written in text mode: its line ends are the platform's.
     EXPECT_EQ(readFile(QStringLiteral("out.xml")),
-              QByteArray("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!--c-->\n"
-                         "<design v=\"\xc3\xa9\">\n    <p>4.7k</p></design>\n"));
+              textModeBytes("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!--c-->\n"
+                            "<design v=\"\xc3\xa9\">\n    <p>4.7k</p></design>\n"));
 }
 
 TEST_F(XMLElementFile, RoundTripGivesTheSameTree) {
@@ -369,8 +380,56 @@ TEST_F(XMLElementFile, WritingReplacesAnExistingFile) {
     root.SetName(QStringLiteral("r"));
     ASSERT_EQ(root.ToXMLFile(path(QStringLiteral("f.xml"))), Orrery::RESULT_OK);
     EXPECT_EQ(readFile(QStringLiteral("f.xml")),
-              QByteArray("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<r></r>\n"));
+              textModeBytes("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<r></r>\n"));
 }
+
+TEST_F(XMLElementFile, DocumentOpenForReadingIsReplacedWholeOrNotAtAll) {
+    const QByteArray old("<?xml version=\"1.0\"?>\n<old></old>\n");
+    writeFile(QStringLiteral("open.xml"), old);
+    QFile reader(path(QStringLiteral("open.xml")));
+    ASSERT_TRUE(reader.open(QIODevice::ReadOnly));
+    XMLElement root;
+    root.SetName(QStringLiteral("r"));
+    // A failed replacement is a write error, which is not reported.
+    EXPECT_EQ(root.ToXMLFile(path(QStringLiteral("open.xml"))), Orrery::RESULT_OK);
+#ifdef _WIN32
+    // A handle that does not share deletion, as Qt's and the C runtime's are not, keeps
+    // Windows from replacing the file: the old document stays whole.
+    EXPECT_EQ(readFile(QStringLiteral("open.xml")), old);
+#else
+    EXPECT_EQ(readFile(QStringLiteral("open.xml")),
+              QByteArray("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<r></r>\n"));
+#endif
+    // The reader goes on reading the document it opened.
+    EXPECT_EQ(reader.readAll(), old);
+    reader.close();
+    EXPECT_EQ(QDir(path()).entryList(QDir::Files | QDir::Hidden),
+              QStringList{QStringLiteral("open.xml")});
+    // Once the reader has let go, the document is replaced.
+    EXPECT_EQ(root.ToXMLFile(path(QStringLiteral("open.xml"))), Orrery::RESULT_OK);
+    EXPECT_EQ(readFile(QStringLiteral("open.xml")),
+              textModeBytes("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<r></r>\n"));
+}
+
+#ifdef _WIN32
+TEST_F(XMLElementFile, ReadOnlyDocumentIsNotReplaced) {
+    // Windows refuses to delete or replace a file marked read-only, whoever asks.
+    const QByteArray old("<?xml version=\"1.0\"?>\n<old></old>\n");
+    writeFile(QStringLiteral("ro.xml"), old);
+    QFile file(path(QStringLiteral("ro.xml")));
+    const QFile::Permissions writable = file.permissions();
+    ASSERT_TRUE(file.setPermissions(QFile::ReadOwner | QFile::ReadUser | QFile::ReadGroup |
+                                    QFile::ReadOther));
+    XMLElement root;
+    root.SetName(QStringLiteral("r"));
+    EXPECT_EQ(root.ToXMLFile(path(QStringLiteral("ro.xml"))), Orrery::RESULT_INVALID_ARGUMENT);
+    EXPECT_EQ(readFile(QStringLiteral("ro.xml")), old);
+    EXPECT_EQ(QDir(path()).entryList(QDir::Files | QDir::Hidden),
+              QStringList{QStringLiteral("ro.xml")});
+    // Writable again, so that the temporary directory can go.
+    EXPECT_TRUE(file.setPermissions(writable));
+}
+#endif
 
 TEST_F(XMLElementFile, BinaryAndTruncatedFilesFailCleanly) {
     QByteArray binary;
