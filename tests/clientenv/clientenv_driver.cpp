@@ -13,6 +13,11 @@
 
 #include <QTextCodec>
 
+#ifdef _WIN32
+#include <windows.h>
+#endif
+
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <stdexcept>
@@ -24,6 +29,29 @@ std::string driverValue(const char* name) {
     const char* value = std::getenv(name);
     return value ? value : "";
 }
+
+#ifdef _WIN32
+// QProcess gives a child the parent's PATH when the child's environment has none, so a
+// test that starts the driver without a variable lists it in ORRERY_DRIVER_UNSET
+// (comma-separated ASCII names) and the driver removes it before anything reads it.
+void removeListedVariables() {
+    const std::string listed = driverValue("ORRERY_DRIVER_UNSET");
+    std::size_t start = 0;
+    while (start < listed.size()) {
+        std::size_t end = listed.find(',', start);
+        if (end == std::string::npos) {
+            end = listed.size();
+        }
+        const std::wstring name(listed.begin() + static_cast<std::ptrdiff_t>(start),
+                                listed.begin() + static_cast<std::ptrdiff_t>(end));
+        if (!name.empty()) {
+            ::_wputenv_s(name.c_str(), L"");
+            ::SetEnvironmentVariableW(name.c_str(), nullptr);
+        }
+        start = end + 1;
+    }
+}
+#endif
 
 void print(const char* key, const std::string& value) {
     std::printf("%s=[%s]\n", key, value.c_str());
@@ -228,6 +256,9 @@ int run(const std::string& mode) {
 }  // namespace
 
 int main(int argc, char** argv) {
+#ifdef _WIN32
+    removeListedVariables();
+#endif
     OrreryTest::useBinaryStdio();
     // Start from a single-byte locale codec, as on the target platform; the start-up
     // switches to UTF-8.

@@ -11,12 +11,14 @@
 
 using OrreryTest::ChildResult;
 using OrreryTest::DriverOutput;
+using OrreryTest::native;
 using OrreryTest::utf8;
 
 namespace {
 
 class ClientEnvironmentTest : public OrreryTest::ClientEnvProcessTest {
 protected:
+    /// The echo of @p arguments through the recording sink.
     static QByteArray echo(const QStringList& arguments) {
         QByteArray text;
         for (const QString& argument : arguments) {
@@ -24,14 +26,13 @@ protected:
         }
         return text;
     }
-    static QString program() { return QStringLiteral(ORRERY_CLIENTENV_DRIVER); }
     QString bitmaps() const {
-        return QString(inst() + QStringLiteral("\\de\\bitmaps;") + inst() +
-                       QStringLiteral("\\dds\\bitmaps;") + inst() +
-                       QStringLiteral("\\lapi\\bitmaps"));
+        const QString d = native(inst());
+        return QString(d + QStringLiteral("\\de\\bitmaps;") + d +
+                       QStringLiteral("\\dds\\bitmaps;") + d + QStringLiteral("\\lapi\\bitmaps"));
     }
     QString installationPath() const {
-        const QString d = inst();
+        const QString d = native(inst());
         return QString(d + QStringLiteral("\\bin\\win32_64;") + d +
                        QStringLiteral("\\lib\\win32_64;") + d + QStringLiteral("\\tools\\python;") +
                        d + QStringLiteral("\\tools\\bin_win32_64;") + d + QStringLiteral("\\bin;") +
@@ -93,7 +94,7 @@ TEST_F(ClientEnvironmentTest, ProcessArgumentsExampleEchoesFirstThenRemovesTheSw
     const ChildResult result = run(QStringLiteral("arguments"), arguments);
     EXPECT_EQ(result.exitCode, 0);
     // The echo runs before any removal and covers every argument, the program first.
-    const QByteArray expectedEcho = echo(QStringList({program()}) + arguments);
+    const QByteArray expectedEcho = echo(QStringList({argumentZero()}) + arguments);
     EXPECT_TRUE(result.out.startsWith(expectedEcho)) << result.out.constData();
     EXPECT_EQ(result.out.count("MSG["), 5);
     const DriverOutput out(result.out);
@@ -127,7 +128,7 @@ TEST_F(ClientEnvironmentTest, ProcessArgumentsReexaminesTheIndexAfterARemoval) {
     // Echoed once, when the first "-debug_env" is met: the switches already removed
     // are not shown, the second "-debug_env" still is.
     EXPECT_EQ(result.out.count("MSG["), 4);
-    EXPECT_TRUE(result.out.startsWith(echo({program(), QStringLiteral("-debug_env"),
+    EXPECT_TRUE(result.out.startsWith(echo({argumentZero(), QStringLiteral("-debug_env"),
                                             QStringLiteral("-debug_env"), QStringLiteral("z")})));
 }
 
@@ -142,14 +143,14 @@ TEST_F(ClientEnvironmentTest, ProcessArgumentsWithOnlyTheProgramDoesNothing) {
 TEST_F(ClientEnvironmentTest, ProcessArgumentsEchoesFirstWhenDebuggingWasAlreadyOn) {
     setChild(QStringLiteral("ORRERY_DRIVER_PRESET_DEBUG"), QStringLiteral("1"));
     const ChildResult result = run(QStringLiteral("arguments"));
-    EXPECT_TRUE(result.out.startsWith(echo({program()})));
+    EXPECT_TRUE(result.out.startsWith(echo({argumentZero()})));
     EXPECT_EQ(result.out.count("MSG["), 1);
 
     const ChildResult withSwitch =
         run(QStringLiteral("arguments"), {QStringLiteral("a"), QStringLiteral("-debug_env")});
     // Echoed once, before the walk; the switch does not echo again but is removed.
     EXPECT_TRUE(withSwitch.out.startsWith(
-        echo({program(), QStringLiteral("a"), QStringLiteral("-debug_env")})));
+        echo({argumentZero(), QStringLiteral("a"), QStringLiteral("-debug_env")})));
     EXPECT_EQ(withSwitch.out.count("MSG["), 3);
     EXPECT_EQ(DriverOutput(withSwitch.out).value(QStringLiteral("args")), QStringLiteral("a"));
 }
@@ -167,7 +168,7 @@ TEST_F(ClientEnvironmentTest, DefaultSinkWritesEachMessageUnchangedToStandardErr
     const ChildResult result =
         run(QStringLiteral("echo"), {QStringLiteral("a"), QStringLiteral("b c")});
     EXPECT_EQ(result.exitCode, 0);
-    EXPECT_EQ(result.err, utf8(QString(QStringLiteral("Argument: ") + program() +
+    EXPECT_EQ(result.err, utf8(QString(QStringLiteral("Argument: ") + argumentZero() +
                                        QStringLiteral("Argument: aArgument: b c"))));
     EXPECT_EQ(result.out, QByteArray());
 }
@@ -181,7 +182,7 @@ TEST_F(ClientEnvironmentTest, SettersAndCopiesCarryEveryField) {
         EXPECT_EQ(out.value(QStringLiteral("check"), copy), QStringLiteral("0"));
         EXPECT_EQ(out.value(QStringLiteral("under-test"), copy), QStringLiteral("1"));
         EXPECT_EQ(out.value(QStringLiteral("debug"), copy), QStringLiteral("1"));
-        EXPECT_EQ(out.value(QStringLiteral("system_path"), copy), QStringLiteral("/usr/bin:/bin"));
+        EXPECT_EQ(out.value(QStringLiteral("system_path"), copy), userPath());
         EXPECT_EQ(out.value(QStringLiteral("wbmlangpath"), copy), QStringLiteral("/lang"));
     }
 }
@@ -191,21 +192,27 @@ TEST_F(ClientEnvironmentTest, ProductVariablesExportTheInstallationDirectory) {
     EXPECT_EQ(result.exitCode, 0);
     const DriverOutput out(result.out);
     EXPECT_EQ(out.value(QStringLiteral("error")), QString());
-    EXPECT_EQ(out.value(QStringLiteral("vexil_dir")), inst());
-    EXPECT_EQ(out.value(QStringLiteral("VEXIL_EMDS_DIR")), inst());
+    EXPECT_EQ(out.value(QStringLiteral("vexil_dir")), native(inst()));
+    EXPECT_EQ(out.value(QStringLiteral("VEXIL_EMDS_DIR")), native(inst()));
     EXPECT_EQ(out.value(QStringLiteral("cwd-kept")), QStringLiteral("1"));
 }
 
 // KORVANE_DIR names an installation to compare with, never the one the client runs from.
 TEST_F(ClientEnvironmentTest, ProductVariablesIgnoreKorvaneDir) {
     unsetChild(QStringLiteral("VEXIL_INSTALLATION_DIR"));
-    setChild(QStringLiteral("KORVANE_DIR"), inst());
-    writeRegistry({{QStringLiteral("KORVANE_DIR"), inst()}});
+    const QString other = path(QStringLiteral("other"));
+    ASSERT_TRUE(QDir().mkpath(other));
+    setChild(QStringLiteral("KORVANE_DIR"), other);
+    writeRegistry({{QStringLiteral("KORVANE_DIR"), other}});
     const ChildResult result = run(QStringLiteral("product"));
     const QString parentOfBin = QFileInfo(QFileInfo(driver()).path()).path();
-    EXPECT_EQ(DriverOutput(result.out).value(QStringLiteral("VEXIL_EMDS_DIR")), parentOfBin);
+    EXPECT_EQ(DriverOutput(result.out).value(QStringLiteral("VEXIL_EMDS_DIR")),
+              native(parentOfBin));
 }
 
+// The installation directory holds the running program on Windows, so it can always be
+// entered there.
+#ifndef _WIN32
 TEST_F(ClientEnvironmentTest, UnenterableInstallationDirectoryThrowsTheVerifyMessage) {
     const QString missing = path(QStringLiteral("missing"));
     setChild(QStringLiteral("VEXIL_INSTALLATION_DIR"), missing);
@@ -220,6 +227,7 @@ TEST_F(ClientEnvironmentTest, UnenterableInstallationDirectoryThrowsTheVerifyMes
     EXPECT_EQ(out.value(QStringLiteral("cwd-kept")), QStringLiteral("1"));
     EXPECT_TRUE(result.out.contains("VEXIL_EMDS_DIR unset\n"));
 }
+#endif
 
 TEST_F(ClientEnvironmentTest, SetupEnvironmentExportsEveryVariableWithItsDefault) {
     const ChildResult result = run(QStringLiteral("setup"));
@@ -228,17 +236,18 @@ TEST_F(ClientEnvironmentTest, SetupEnvironmentExportsEveryVariableWithItsDefault
     const DriverOutput out(result.out);
     EXPECT_EQ(out.value(QStringLiteral("error")), QString());
     EXPECT_EQ(out.value(QStringLiteral("cwd-kept")), QStringLiteral("1"));
-    EXPECT_EQ(out.value(QStringLiteral("VEXIL_EMDS_DIR")), inst());
-    EXPECT_EQ(out.value(QStringLiteral("DOCS_DIR")), QString(inst() + QStringLiteral("/doc")));
+    EXPECT_EQ(out.value(QStringLiteral("VEXIL_EMDS_DIR")), native(inst()));
+    EXPECT_EQ(out.value(QStringLiteral("DOCS_DIR")),
+              native(QString(inst() + QStringLiteral("/doc"))));
     EXPECT_EQ(out.value(QStringLiteral("CYGWIN")), QStringLiteral("nodosfilewarning"));
     EXPECT_EQ(out.value(QStringLiteral("SIMARCH")), QStringLiteral("win32_64"));
-    EXPECT_EQ(out.value(QStringLiteral("COMPL_DIR")), inst());
+    EXPECT_EQ(out.value(QStringLiteral("COMPL_DIR")), native(inst()));
     EXPECT_EQ(out.value(QStringLiteral("COMPILER_VER")), QStringLiteral("_VS2022"));
     EXPECT_EQ(out.value(QStringLiteral("VEP_MAJOR_VER")), QStringLiteral("VEP_2025_"));
     EXPECT_TRUE(result.out.contains("no_proxy unset\n"));
     EXPECT_EQ(out.value(QStringLiteral("HOME")), home());
     EXPECT_EQ(out.value(QStringLiteral("PATH")),
-              QString(installationPath() + QStringLiteral(";/usr/bin:/bin")));
+              QString(installationPath() + QStringLiteral(";") + userPath()));
     EXPECT_EQ(out.value(QStringLiteral("WBMLANGPATH")), bitmaps());
     EXPECT_TRUE(QFileInfo(QString(home() + QStringLiteral("/korvane/config"))).isDir());
     EXPECT_FALSE(QFileInfo::exists(QString(home() + QStringLiteral("/korvane/config/de_sim.cfg"))));
@@ -288,6 +297,9 @@ TEST_F(ClientEnvironmentTest, SetupEnvironmentAddsTheProxyException) {
               QStringLiteral("localhost,127.0.0.1"));
 }
 
+// The installation directory holds the running program on Windows, so it can always be
+// entered there.
+#ifndef _WIN32
 TEST_F(ClientEnvironmentTest, SetupEnvironmentStopsWhenTheInstallationCannotBeEntered) {
     setChild(QStringLiteral("VEXIL_INSTALLATION_DIR"), path(QStringLiteral("missing")));
     setChild(QStringLiteral("SIMARCH"), QStringLiteral("x86"));
@@ -300,9 +312,10 @@ TEST_F(ClientEnvironmentTest, SetupEnvironmentStopsWhenTheInstallationCannotBeEn
         EXPECT_TRUE(result.out.contains(QByteArray(name) + " unset\n")) << name;
     }
     EXPECT_EQ(out.value(QStringLiteral("SIMARCH")), QStringLiteral("x86"));
-    EXPECT_EQ(out.value(QStringLiteral("PATH")), QStringLiteral("/usr/bin:/bin"));
+    EXPECT_EQ(out.value(QStringLiteral("PATH")), userPath());
     EXPECT_FALSE(QFileInfo::exists(QString(home() + QStringLiteral("/korvane"))));
 }
+#endif
 
 TEST_F(ClientEnvironmentTest, SetupSimarchVarSetsTheSixtyFourBitName) {
     setChild(QStringLiteral("SIMARCH"), QStringLiteral("x86"));

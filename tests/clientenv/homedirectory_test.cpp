@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The home directory: where it comes from, its configuration folder, and the
-// fatal message and exit status when there is none. The driver's passwd entry
-// names a test profile directory (or none), so the real home is never touched.
+// fatal message and exit status when there is none. On POSIX the driver's passwd entry
+// names a test profile directory (or none), so the real home is never touched; on Windows
+// the profile is the user's own and the fixture removes what a test makes there.
 #include <vexil/clientenvironment.h>
 
 #include "clientenvtest.h"
@@ -14,6 +15,7 @@
 
 using OrreryTest::ChildResult;
 using OrreryTest::DriverOutput;
+using OrreryTest::native;
 using OrreryTest::utf8;
 
 namespace {
@@ -30,7 +32,7 @@ protected:
         // Messages go to standard error, as a console client shows them.
         unsetChild(QStringLiteral("ORRERY_DRIVER_SINK"));
     }
-    static QByteArray fatalText(const QByteArray& message, const QByteArray& directory) {
+    QByteArray fatalText(const QByteArray& message, const QByteArray& directory) const {
         return message + "\n\nFor " + utf8(driver()) + " to function properly, the HOME folder " +
                directory +
                " must exist and needs to have write access for the current user (or for all "
@@ -38,7 +40,7 @@ protected:
     }
     static void expectFatalExit(const ChildResult& result) {
         EXPECT_EQ(result.status, QProcess::NormalExit);
-        EXPECT_EQ(result.exitCode, 255);  // exit status -1
+        EXPECT_EQ(result.exitCode, exitCodeOfMinusOne());
         EXPECT_EQ(result.out, QByteArray());
     }
     static bool isDir(const QString& directory) { return QFileInfo(directory).isDir(); }
@@ -55,6 +57,9 @@ TEST_F(HomeDirectoryTest, BlanksAroundHomeAreTrimmedAndTheConfigFolderIsCreated)
     EXPECT_FALSE(QFileInfo::exists(QString(home() + QStringLiteral("/korvane/config/de_sim.cfg"))));
 }
 
+// On Windows "C:\Users\a" is the user directory on drive C:; the test below gives the
+// Windows form there.
+#ifndef _WIN32
 TEST_F(HomeDirectoryTest, WindowsStyleHomeWithBlanksIsTrimmed) {
     // "C:\Users\a" names the relative directory C:/Users/a on this host.
     setChild(QStringLiteral("HOME"), QStringLiteral("  C:\\Users\\a  "));
@@ -63,6 +68,20 @@ TEST_F(HomeDirectoryTest, WindowsStyleHomeWithBlanksIsTrimmed) {
     EXPECT_EQ(result.out, QByteArray("HOME=[C:\\Users\\a]\n"));
     EXPECT_TRUE(isDir(path(QStringLiteral("C:/Users/a/korvane/config"))));
 }
+#endif
+
+#ifdef _WIN32
+TEST_F(HomeDirectoryTest, WindowsHomeWithBlanksIsTrimmed) {
+    const QString windowsHome = native(home());
+    ASSERT_TRUE(windowsHome.contains(QLatin1Char('\\')));
+    setChild(QStringLiteral("HOME"),
+             QString(QStringLiteral("  ") + windowsHome + QStringLiteral("  ")));
+    const ChildResult result = run(QStringLiteral("home"));
+    EXPECT_EQ(result.exitCode, 0) << result.err.constData();
+    EXPECT_EQ(result.out, "HOME=[" + utf8(windowsHome) + "]\n");
+    EXPECT_TRUE(isDir(QString(home() + QStringLiteral("/korvane/config"))));
+}
+#endif
 
 TEST_F(HomeDirectoryTest, TabsAndNewlinesAreTrimmedAtBothEndsOnly) {
     setChild(QStringLiteral("HOME"), QStringLiteral("\t\n /x \t y \n\t "));
@@ -73,24 +92,51 @@ TEST_F(HomeDirectoryTest, TabsAndNewlinesAreTrimmedAtBothEndsOnly) {
 
 TEST_F(HomeDirectoryTest, UnsetHomeUsesTheProfileDirectoryWithVepAndNa) {
     unsetChild(QStringLiteral("HOME"));
-    ASSERT_TRUE(QDir(path()).mkpath(QStringLiteral("profile")));
-    setChild(QStringLiteral("ORRERY_DRIVER_PROFILE"), path(QStringLiteral("profile")));
+    QString profile;
+    ASSERT_NO_FATAL_FAILURE(useProfile(&profile));
+    if (IsSkipped()) {
+        return;
+    }
     const ChildResult result = run(QStringLiteral("home"));
     EXPECT_EQ(result.exitCode, 0) << result.err.constData();
-    const QString expected = path(QStringLiteral("profile/vep/NA"));
-    EXPECT_EQ(result.out, "HOME=[" + utf8(expected) + "]\n");
-    EXPECT_TRUE(isDir(path(QStringLiteral("profile/vep"))));
+    const QString expected = QString(profile + QStringLiteral("/vep/NA"));
+    EXPECT_EQ(result.out, "HOME=[" + utf8(native(expected)) + "]\n");
+    EXPECT_TRUE(isDir(QString(profile + QStringLiteral("/vep"))));
     EXPECT_TRUE(isDir(expected));
     EXPECT_TRUE(isDir(QString(expected + QStringLiteral("/korvane/config"))));
 }
 
+#ifdef _WIN32
+// The profile directory is the one the system keeps for the process's user; the
+// USERPROFILE variable does not move it.
+TEST_F(HomeDirectoryTest, ProfileFallbackDoesNotFollowUserprofileOnWindows) {
+    unsetChild(QStringLiteral("HOME"));
+    QString profile;
+    ASSERT_NO_FATAL_FAILURE(useProfile(&profile));
+    if (IsSkipped()) {
+        return;
+    }
+    setChild(QStringLiteral("USERPROFILE"), native(path(QStringLiteral("elsewhere"))));
+    const ChildResult result = run(QStringLiteral("home"));
+    EXPECT_EQ(result.exitCode, 0) << result.err.constData();
+    EXPECT_EQ(result.out,
+              "HOME=[" + utf8(native(QString(profile + QStringLiteral("/vep/NA")))) + "]\n");
+    EXPECT_FALSE(QFileInfo::exists(path(QStringLiteral("elsewhere"))));
+}
+#endif
+
 TEST_F(HomeDirectoryTest, EmptyHomeUsesTheProfileDirectoryThatAlreadyExists) {
     setChild(QStringLiteral("HOME"), QString());
-    ASSERT_TRUE(QDir(path()).mkpath(QStringLiteral("profile/vep/NA")));
-    setChild(QStringLiteral("ORRERY_DRIVER_PROFILE"), path(QStringLiteral("profile")));
+    QString profile;
+    ASSERT_NO_FATAL_FAILURE(useProfile(&profile));
+    if (IsSkipped()) {
+        return;
+    }
+    const QString existing = QString(profile + QStringLiteral("/vep/NA"));
+    ASSERT_TRUE(QDir().mkpath(existing));
     const ChildResult result = run(QStringLiteral("get-home"));
     EXPECT_EQ(result.exitCode, 0) << result.err.constData();
-    EXPECT_EQ(result.out, "home=[" + utf8(path(QStringLiteral("profile/vep/NA"))) + "]\n");
+    EXPECT_EQ(result.out, "home=[" + utf8(native(existing)) + "]\n");
 }
 
 TEST_F(HomeDirectoryTest, HomeFromTheRegistryWinsOverTheEnvironment) {
@@ -114,24 +160,33 @@ TEST_F(HomeDirectoryTest, RegistryHomeWithACommaIsTakenAsStored) {
 
 TEST_F(HomeDirectoryTest, EmptyRegistryHomeIsFatalEvenWithAProfile) {
     writeRegistry({{QStringLiteral("HOME"), QString()}});
-    ASSERT_TRUE(QDir(path()).mkpath(QStringLiteral("profile")));
-    setChild(QStringLiteral("ORRERY_DRIVER_PROFILE"), path(QStringLiteral("profile")));
+    QString profile;
+    ASSERT_NO_FATAL_FAILURE(useProfile(&profile));
+    if (IsSkipped()) {
+        return;
+    }
     const ChildResult result = run(QStringLiteral("home"));
     expectFatalExit(result);
     EXPECT_EQ(result.err, fatalText(kNotFound, QByteArray()));
-    EXPECT_FALSE(QFileInfo::exists(path(QStringLiteral("profile/vep"))));
+    EXPECT_FALSE(QFileInfo::exists(QString(profile + QStringLiteral("/vep"))));
 }
 
 TEST_F(HomeDirectoryTest, BlankHomeIsFatalWithoutFallingBackToTheProfile) {
     setChild(QStringLiteral("HOME"), QStringLiteral(" \t\n "));
-    ASSERT_TRUE(QDir(path()).mkpath(QStringLiteral("profile")));
-    setChild(QStringLiteral("ORRERY_DRIVER_PROFILE"), path(QStringLiteral("profile")));
+    QString profile;
+    ASSERT_NO_FATAL_FAILURE(useProfile(&profile));
+    if (IsSkipped()) {
+        return;
+    }
     const ChildResult result = run(QStringLiteral("home"));
     expectFatalExit(result);
     EXPECT_EQ(result.err, fatalText(kNotFound, QByteArray()));
-    EXPECT_FALSE(QFileInfo::exists(path(QStringLiteral("profile/vep"))));
+    EXPECT_FALSE(QFileInfo::exists(QString(profile + QStringLiteral("/vep"))));
 }
 
+// The profile comes from the driver's passwd stand-in; on Windows it is the user's own,
+// which a test can neither take away nor move.
+#ifndef _WIN32
 TEST_F(HomeDirectoryTest, NoHomeAndNoProfileIsFatal) {
     unsetChild(QStringLiteral("HOME"));
     const ChildResult result = run(QStringLiteral("home"));
@@ -147,14 +202,18 @@ TEST_F(HomeDirectoryTest, ProfileWhereVepCannotBeCreatedIsFatal) {
     EXPECT_EQ(result.err, fatalText(kNotFound, QByteArray()));
     EXPECT_FALSE(QFileInfo::exists(path(QStringLiteral("missing"))));
 }
+#endif
 
 TEST_F(HomeDirectoryTest, ProfileWhereNaCannotBeCreatedIsFatal) {
     unsetChild(QStringLiteral("HOME"));
-    ASSERT_TRUE(QDir(path()).mkpath(QStringLiteral("profile")));
-    QFile blocker(path(QStringLiteral("profile/vep")));
+    QString profile;
+    ASSERT_NO_FATAL_FAILURE(useProfile(&profile));
+    if (IsSkipped()) {
+        return;
+    }
+    QFile blocker(QString(profile + QStringLiteral("/vep")));
     ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
     blocker.close();
-    setChild(QStringLiteral("ORRERY_DRIVER_PROFILE"), path(QStringLiteral("profile")));
     const ChildResult result = run(QStringLiteral("home"));
     expectFatalExit(result);
     EXPECT_EQ(result.err, fatalText(kNotFound, QByteArray()));
@@ -164,13 +223,20 @@ TEST_F(HomeDirectoryTest, HomeThatIsAFileCannotHoldTheConfigFolder) {
     QFile file(path(QStringLiteral("plainfile")));
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     file.close();
-    setChild(QStringLiteral("HOME"), path(QStringLiteral("plainfile")));
+    setChild(QStringLiteral("HOME"), native(path(QStringLiteral("plainfile"))));
     const ChildResult result = run(QStringLiteral("home"));
     expectFatalExit(result);
-    const QByteArray config = utf8(path(QStringLiteral("plainfile/korvane/config")));
-    EXPECT_EQ(
-        result.err,
-        fatalText("Error: Cannot create the directory " + config + ": Not a directory", config));
+    const QByteArray config = utf8(native(path(QStringLiteral("plainfile/korvane/config"))));
+#ifdef _WIN32
+    // The system's own wording, in the user's language.
+    const QByteArray reason = OrreryTest::WindowsHost::systemMessage(ERROR_PATH_NOT_FOUND);
+    ASSERT_FALSE(reason.isEmpty());
+#else
+    const QByteArray reason = "Not a directory";
+#endif
+    EXPECT_EQ(result.err,
+              fatalText("Error: Cannot create the directory " + config + ": " + reason, config))
+        << result.err.constData();
 }
 
 // A directory made unwritable through its POSIX permission bits; Windows has access
@@ -225,7 +291,7 @@ TEST_F(HomeDirectoryTest, GiveHomeDirErrorShowsTheFullMessageOnceAndExitsWithMin
 
     setChild(QStringLiteral("ORRERY_DRIVER_SINK"), QStringLiteral("record"));
     const ChildResult recorded = run(QStringLiteral("give-error"));
-    EXPECT_EQ(recorded.exitCode, 255);
+    EXPECT_EQ(recorded.exitCode, exitCodeOfMinusOne());
     EXPECT_EQ(recorded.out, "MSG[" + fatalText("Something failed", "/some/dir") + "]\n");
     EXPECT_EQ(recorded.err, QByteArray());
 }

@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: MIT
 // The warning when KORVANE_DIR in the environment or the registry, as found at
 // start-up, names another directory than the one the client runs from. Every value is
-// set before the child starts; the child runs from inst() (VEXIL_INSTALLATION_DIR).
+// set before the child starts; the child runs from inst().
 #include <vexil/clientenvironment.h>
 
 #include "clientenvtest.h"
 
 using OrreryTest::ChildResult;
+using OrreryTest::native;
 using OrreryTest::utf8;
 
 namespace {
@@ -23,7 +24,7 @@ protected:
     QByteArray warning(const QByteArray& registryLine, const QByteArray& environmentLine,
                        const QString& installation = QString()) const {
         QByteArray text = "This launcher application is located in:\n\n    " +
-                          utf8(installation.isEmpty() ? inst() : installation) +
+                          utf8(native(installation.isEmpty() ? inst() : installation)) +
                           "\n\nHowever, your system variable KORVANE_DIR does not match:\n\n";
         if (!registryLine.isEmpty()) {
             text += "    Registry (set by installer): " + registryLine + "\n";
@@ -97,6 +98,9 @@ TEST_F(RegistryCheckTest, BothPlacesAreListedAsFoundWhenOnlyOneDiffers) {
               "MSG[" + warning(utf8(other()), utf8(sameButSpelledOtherwise)) + "]\ndone=[1]\n");
 }
 
+// VEXIL_INSTALLATION_DIR names the installation only on POSIX; on Windows the program's
+// own path, already in normal form, gives it.
+#ifndef _WIN32
 TEST_F(RegistryCheckTest, InstallationDirectoryIsShownNormalised) {
     setChild(QStringLiteral("VEXIL_INSTALLATION_DIR"), QString(inst() + QStringLiteral("/sub/..")));
     ASSERT_TRUE(QDir(path()).mkpath(QStringLiteral("inst/sub")));
@@ -104,6 +108,27 @@ TEST_F(RegistryCheckTest, InstallationDirectoryIsShownNormalised) {
     const ChildResult result = check();
     EXPECT_EQ(result.out, "MSG[" + warning(utf8(other()), QByteArray()) + "]\ndone=[1]\n");
 }
+#endif
+
+#ifdef _WIN32
+// Windows compares file names without regard to case; backslashes and a trailing
+// separator are other spellings of the same directory.
+TEST_F(RegistryCheckTest, OtherCaseAndBackslashesNameTheSameDirectoryOnWindows) {
+    setChild(QStringLiteral("KORVANE_DIR"), native(inst()).toUpper());
+    writeRegistry({{QStringLiteral("KORVANE_DIR"),
+                    QString(native(inst()).toLower() + QStringLiteral("\\.\\"))}});
+    EXPECT_EQ(check().out, QByteArray("done=[1]\n"));
+}
+
+TEST_F(RegistryCheckTest, OtherDirectoryInWindowsSpellingIsShownAsFound) {
+    const QString stored = native(other());
+    writeRegistry({{QStringLiteral("KORVANE_DIR"), stored}});
+    setChild(QStringLiteral("KORVANE_DIR"), native(inst()).toLower());
+    const ChildResult result = check();
+    EXPECT_EQ(result.out,
+              "MSG[" + warning(utf8(stored), utf8(native(inst()).toLower())) + "]\ndone=[1]\n");
+}
+#endif
 
 TEST_F(RegistryCheckTest, BothDifferingGiveBothLines) {
     const QString third = path(QStringLiteral("third"));

@@ -6,6 +6,7 @@
 
 using OrreryTest::ChildResult;
 using OrreryTest::DriverOutput;
+using OrreryTest::native;
 
 namespace {
 
@@ -18,9 +19,9 @@ protected:
                        d + QStringLiteral("\\arttrans;"));
     }
     QString bitmaps() const {
-        return QString(inst() + QStringLiteral("\\de\\bitmaps;") + inst() +
-                       QStringLiteral("\\dds\\bitmaps;") + inst() +
-                       QStringLiteral("\\lapi\\bitmaps"));
+        const QString d = native(inst());
+        return QString(d + QStringLiteral("\\de\\bitmaps;") + d +
+                       QStringLiteral("\\dds\\bitmaps;") + d + QStringLiteral("\\lapi\\bitmaps"));
     }
     QString pathAfter(const QString& mode) {
         const ChildResult result = run(mode);
@@ -32,11 +33,14 @@ protected:
 }  // namespace
 
 TEST_F(SearchPathsTest, SetupSystemPathPutsTheSixDirectoriesAndAnEmptyEntryFirst) {
-    setChild(QStringLiteral("PATH"), QStringLiteral("/usr/bin:/bin"));
+    setChild(QStringLiteral("PATH"), userPath());
     EXPECT_EQ(pathAfter(QStringLiteral("system-path")),
-              QString(installationPath(inst()) + QStringLiteral(";/usr/bin:/bin")));
+              QString(installationPath(native(inst())) + QStringLiteral(";") + userPath()));
 }
 
+// VEXIL_INSTALLATION_DIR names the installation only on POSIX; the test below shows the
+// Windows spelling on Windows.
+#ifndef _WIN32
 TEST_F(SearchPathsTest, SetupSystemPathWithAWindowsStyleInstallationDirectory) {
     // "C:\X" names the relative directory C:/X on this host; native() spells it C:/X.
     ASSERT_TRUE(QDir(path()).mkpath(QStringLiteral("C:/X")));
@@ -48,13 +52,34 @@ TEST_F(SearchPathsTest, SetupSystemPathWithAWindowsStyleInstallationDirectory) {
               QStringLiteral("C:/X\\bin\\win32_64;C:/X\\lib\\win32_64;C:/X\\tools\\python;"
                              "C:/X\\tools\\bin_win32_64;C:/X\\bin;C:/X\\arttrans;;C:\\Windows"));
 }
+#endif
+
+#ifdef _WIN32
+// The installation directory comes from the program's own path, with a drive and
+// backslashes, so every entry is a Windows name and ";" separates them all.
+TEST_F(SearchPathsTest, SetupSystemPathOnWindowsIsBackslashedAndSemicolonSeparated) {
+    setChild(QStringLiteral("PATH"), QStringLiteral("C:\\Windows\\system32;C:\\Windows"));
+    const QString d = native(inst());
+    ASSERT_TRUE(d.size() > 3 && d.at(0).isLetter() && d.mid(1, 2) == QStringLiteral(":\\"))
+        << d.toStdString();
+    ASSERT_FALSE(d.contains(QLatin1Char('/')));
+    const QString exported = pathAfter(QStringLiteral("system-path"));
+    EXPECT_EQ(exported,
+              QString(d + QStringLiteral("\\bin\\win32_64;") + d +
+                      QStringLiteral("\\lib\\win32_64;") + d + QStringLiteral("\\tools\\python;") +
+                      d + QStringLiteral("\\tools\\bin_win32_64;") + d + QStringLiteral("\\bin;") +
+                      d + QStringLiteral("\\arttrans;;C:\\Windows\\system32;C:\\Windows")));
+    EXPECT_FALSE(exported.contains(QLatin1Char('/')));
+    EXPECT_EQ(exported.split(QLatin1Char(';')).size(), 9);
+}
+#endif
 
 TEST_F(SearchPathsTest, EmptyPathYieldsTheSixEntriesAndOneMoreSeparator) {
     setChild(QStringLiteral("PATH"), QString());
     const ChildResult result = run(QStringLiteral("system-path"));
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(DriverOutput(result.out).value(QStringLiteral("PATH")),
-              QString(installationPath(inst()) + QStringLiteral(";")));
+              QString(installationPath(native(inst())) + QStringLiteral(";")));
     EXPECT_TRUE(DriverOutput(result.out)
                     .value(QStringLiteral("PATH"))
                     .endsWith(QStringLiteral("\\arttrans;;")));
@@ -63,9 +88,9 @@ TEST_F(SearchPathsTest, EmptyPathYieldsTheSixEntriesAndOneMoreSeparator) {
 
 TEST_F(SearchPathsTest, SetupSystemPathTwicePutsTheListInFrontTwice) {
     setChild(QStringLiteral("ORRERY_DRIVER_TIMES"), QStringLiteral("2"));
-    const QString list = installationPath(inst());
+    const QString list = installationPath(native(inst()));
     EXPECT_EQ(pathAfter(QStringLiteral("system-path")),
-              QString(list + QStringLiteral(";") + list + QStringLiteral(";/usr/bin:/bin")));
+              QString(list + QStringLiteral(";") + list + QStringLiteral(";") + userPath()));
 }
 
 TEST_F(SearchPathsTest, PrependAppendAndSaveExportTheComposedPath) {
