@@ -59,13 +59,16 @@ export LC_ALL=C.UTF-8
 # No .NET or HTML engine is needed, and no prompt to install them.
 export WINEDLLOVERRIDES="mscoree,mshtml="
 cleanup() {
-    # The server of this prefix ends by itself once its programs have ended.
-    timeout 60 "$wineserver" -w || "$wineserver" -k || true
+    "$wineserver" -k || true
     rm -rf "$scratch"
 }
 trap cleanup EXIT
 
 echo "== create the Wine prefix ($(elapsed))"
+# One server for the whole run, started first: otherwise the test that happens to start
+# it seems to last until the server ends.
+mkdir -p "$WINEPREFIX"
+"$wineserver" -p
 "$wine" wineboot --init >/dev/null 2>&1
 
 echo "== tests under Wine ($(elapsed))"

@@ -14,6 +14,8 @@ tmp=$(cd "$tmp" && pwd -P)
 
 mkdir -p "$tmp/inst/bin" "$tmp/other"
 cp "$program" "$tmp/inst/bin/platform_tests.exe"
+# The DLLs the program needs (the C++ runtime) go with it.
+cp "$(dirname "$program")"/*.dll "$tmp/inst/bin/"
 # Wine reaches the Unix root as drive Z:.
 expected="Z:$(printf '%s' "$tmp/inst" | tr '/' '\\')"
 other="Z:$(printf '%s' "$tmp/other" | tr '/' '\\')"

@@ -26,6 +26,8 @@ for depth in 3 10; do
     done
     mkdir -p "$dir"
     cp "$program" "$dir/platform tests.exe"
+    # The DLLs the program needs (Qt's C++ runtime) go with it.
+    cp "$(dirname "$program")"/*.dll "$dir/"
     # Wine reaches the Unix root as drive Z:.
     expected="Z:$(printf '%s' "$dir/platform tests.exe" | tr '/' '\\')"
     echo "== depth $depth: $(printf '%s' "$expected" | wc -m) characters"
