@@ -7,8 +7,9 @@
 #include "property/treewalk_p.h"
 
 #include <QMessageLogger>
+#include <QMutex>
+#include <QMutexLocker>
 #include <QRegExp>
-#include <QThreadStorage>
 
 namespace Orrery {
 
@@ -24,10 +25,10 @@ namespace {
 // The name check, compiled once per process on first use (thread-safe local static).
 // The 13-character pattern is the character class of ? / \ " line feed, carriage
 // return and tab.
-const QRegExp& forbiddenNameCharacters() {
-    static const QRegExp pattern = [] {
+QRegExp& forbiddenNameCharacters() {
+    static QRegExp pattern = [] {
         QRegExp rx(QStringLiteral("[?/\\\\\"\\n\\r\\t]"), Qt::CaseSensitive, QRegExp::RegExp);
-        // Compile the engine now, so that copies only ever read the shared object.
+        // Compiles the engine now, on first use.
         rx.indexIn(QString());
         return rx;
     }();
@@ -35,15 +36,12 @@ const QRegExp& forbiddenNameCharacters() {
 }
 
 bool hasForbiddenNameCharacter(const QString& name) {
-    // A QRegExp keeps its last match inside the object, so each thread searches with its
-    // own copy; the copies share the compiled engine. Qt's thread storage deletes a
-    // thread's copy when the thread ends: a C++ thread_local with a destructor crashes
-    // at thread exit with mingw-w64's emulated TLS.
-    static QThreadStorage<QRegExp*> copies;
-    if (!copies.hasLocalData()) {
-        copies.setLocalData(new QRegExp(forbiddenNameCharacters()));
-    }
-    return copies.localData()->indexIn(name) != -1;
+    // A QRegExp keeps its last match inside the object, so threads take turns with the one
+    // compiled object. (A per-thread copy would need a thread_local with a destructor, which
+    // crashes at thread exit with mingw-w64's emulated TLS.)
+    static QMutex mutex;
+    const QMutexLocker locker(&mutex);
+    return forbiddenNameCharacters().indexIn(name) != -1;
 }
 
 }  // namespace

@@ -62,6 +62,32 @@ char* duplicateString(const QByteArray& text) {
     return copy;
 }
 
+/**
+ * One result buffer per thread. Qt deletes a thread's buffer when the thread ends (a C++
+ * thread_local with a destructor crashes at thread exit with mingw-w64's emulated TLS);
+ * the buffer of the thread that ends the process goes with this object.
+ */
+class ResultBuffers {
+public:
+    ResultBuffers() = default;
+    ResultBuffers(const ResultBuffers&) = delete;
+    ResultBuffers& operator=(const ResultBuffers&) = delete;
+    ~ResultBuffers() {
+        if (buffers_.hasLocalData()) {
+            buffers_.setLocalData(nullptr);  // deletes the buffer it replaces
+        }
+    }
+    std::string& local() {
+        if (!buffers_.hasLocalData()) {
+            buffers_.setLocalData(new std::string);
+        }
+        return *buffers_.localData();
+    }
+
+private:
+    QThreadStorage<std::string*> buffers_;
+};
+
 }  // namespace
 
 void get_application_arguments_utf8(int* argc, char*** argv) {
@@ -78,13 +104,8 @@ void get_application_arguments_utf8(int* argc, char*** argv) {
 }
 
 const char* tmpnam_utf8() {
-    // One buffer per thread, deleted by Qt when the thread ends (a thread_local with a
-    // destructor crashes at thread exit with mingw-w64's emulated TLS).
-    static QThreadStorage<std::string*> results;
-    if (!results.hasLocalData()) {
-        results.setLocalData(new std::string);
-    }
-    std::string& result = *results.localData();
+    static ResultBuffers results;
+    std::string& result = results.local();
     result = Platform::temporary_name_utf8();
     return result.c_str();
 }
