@@ -6,9 +6,9 @@
 #   ORRERY_WINDOWS_RUNTIME_DLLS   their full paths
 #   target orrery_windows_runtime copies them into ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}
 
-get_target_property(orrery_qtcore_dll Qt5::Core IMPORTED_LOCATION_RELEASE)
+get_target_property(orrery_qtcore_dll ${ORRERY_QT_CORE} IMPORTED_LOCATION_RELEASE)
 if(NOT orrery_qtcore_dll)
-    get_target_property(orrery_qtcore_dll Qt5::Core IMPORTED_LOCATION)
+    get_target_property(orrery_qtcore_dll ${ORRERY_QT_CORE} IMPORTED_LOCATION)
 endif()
 if(NOT orrery_qtcore_dll OR NOT EXISTS "${orrery_qtcore_dll}")
     message(FATAL_ERROR "Qt5Core.dll of the Qt for Windows was not found (${orrery_qtcore_dll})")

@@ -44,7 +44,8 @@ fi
 
 if [ "$build" = 1 ]; then
     "$root/scripts/install-deps.sh" clang libclang-rt-14-dev
-    CC=clang CXX=clang++ cmake -S "$root" -B "$build_dir" -G Ninja \
+    . "$root/scripts/compiler-cache.sh"
+    CC=clang CXX=clang++ cmake -S "$root" -B "$build_dir" -G Ninja "${orrery_launcher[@]}" \
         -DCMAKE_BUILD_TYPE=RelWithDebInfo \
         -DORRERY_BUILD_FUZZERS=ON -DORRERY_SANITIZE=ON \
         -DORRERY_BUILD_TESTS=OFF -DORRERY_BUILD_TOOLS=ON -DORRERY_BUILD_EXAMPLES=OFF >/dev/null

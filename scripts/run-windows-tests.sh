@@ -43,7 +43,8 @@ wineserver=/usr/lib/wine/wineserver
 lock="${ORRERY_BUILD_LOCK:-/tmp/orrery-build.lock}"
 
 echo "== cross-build for Windows ($(elapsed))"
-flock "$lock" cmake -S "$root" -B "$build_dir" -G Ninja \
+. "$root/scripts/compiler-cache.sh"
+flock "$lock" cmake -S "$root" -B "$build_dir" -G Ninja "${orrery_launcher[@]}" \
     -DCMAKE_TOOLCHAIN_FILE="$root/cmake/toolchain-mingw64.cmake" \
     -DCMAKE_PREFIX_PATH="$qt_prefix" \
     -DCMAKE_BUILD_TYPE=RelWithDebInfo \

@@ -45,6 +45,27 @@ const QLatin1String kReferencePattern(
     "([%\\$]\\{[A-Za-z0-9_-]+\\})");
 const QLatin1String kDecorationPattern("[%\\$\\(\\)\\{\\}]");
 
+// Removes every match of @p pattern from @p text, as QString::remove(const QRegExp&) of
+// Qt 5 does (Qt 6 keeps QRegExp in its compatibility module but not in QString's members):
+// each search starts where the last match ended, one further after an empty match.
+void removeMatches(QString& text, QRegExp& pattern) {
+    QString kept;
+    int copied = 0;
+    int from = 0;
+    int pos = 0;
+    while (from <= text.size() && (pos = pattern.indexIn(text, from)) != -1) {
+        const int length = pattern.matchedLength();
+        kept.append(text.constData() + copied, pos - copied);
+        copied = pos + length;
+        from = copied + (length == 0 ? 1 : 0);
+    }
+    if (copied == 0) {
+        return;
+    }
+    kept.append(text.constData() + copied, text.size() - copied);
+    text = kept;
+}
+
 // The most characters an expansion may add to its text (16 Mi).
 constexpr qint64 kGrowthLimit = qint64(1) << 24;
 // The most replacement steps an expansion takes beyond one per '%' or '$' of its text.
@@ -413,7 +434,7 @@ private:
             return found.value();
         }
         QString name = token;
-        name.remove(decoration_);
+        removeMatches(name, decoration_);
         Value value;
         value.text = QString::fromStdString(
             vexil::getenv_check_registry_stdstring(name.toLocal8Bit().toStdString()));

@@ -7,6 +7,7 @@
 
 #include <QFile>
 #include <QSaveFile>
+#include <QStringView>
 #include <QXmlStreamReader>
 #include <QXmlStreamWriter>
 
@@ -111,7 +112,7 @@ namespace {
 // allocating a new one.
 class NameCache {
 public:
-    QString get(const QStringRef& name) {
+    QString get(QStringView name) {
         for (const QString& known : names_) {
             if (name == known) {
                 return known;
@@ -136,7 +137,7 @@ private:
 // White space as the XML reader knows it: space, tab, carriage return and line feed.
 // The text itself is tested, since the reader's own flag is false for CDATA sections
 // and for text that came from character references.
-bool isWhiteSpaceOnly(const QStringRef& text) {
+bool isWhiteSpaceOnly(QStringView text) {
     for (const QChar c : text) {
         const ushort u = c.unicode();
         if (u != ' ' && u != '\t' && u != '\r' && u != '\n') {

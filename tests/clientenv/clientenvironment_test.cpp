@@ -309,7 +309,7 @@ TEST_F(ClientEnvironmentTest, SetupEnvironmentStopsWhenTheInstallationCannotBeEn
     const DriverOutput out(result.out);
     for (const char* name : {"VEXIL_EMDS_DIR", "DOCS_DIR", "CYGWIN", "COMPL_DIR", "COMPILER_VER",
                              "VEP_MAJOR_VER", "WBMLANGPATH", "no_proxy"}) {
-        EXPECT_TRUE(result.out.contains(QByteArray(name) + " unset\n")) << name;
+        EXPECT_TRUE(result.out.contains(QByteArray(QByteArray(name) + " unset\n"))) << name;
     }
     EXPECT_EQ(out.value(QStringLiteral("SIMARCH")), QStringLiteral("x86"));
     EXPECT_EQ(out.value(QStringLiteral("PATH")), userPath());

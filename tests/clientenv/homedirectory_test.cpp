@@ -255,7 +255,8 @@ TEST_F(HomeDirectoryTest, UnwritableHomeIsFatalWithTheReason) {
                           QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
     expectFatalExit(result);
     const QByteArray config = utf8(path(QStringLiteral("readonly/korvane/config")));
-    EXPECT_TRUE(result.err.startsWith("Error: Cannot create the directory " + config + ": "))
+    EXPECT_TRUE(
+        result.err.startsWith(QByteArray("Error: Cannot create the directory " + config + ": ")))
         << result.err.constData();
     EXPECT_EQ(
         result.err,

@@ -93,12 +93,17 @@ protected:
         env_.set("XDG_CONFIG_HOME", QString(dir_.path() + QStringLiteral("/config")).toStdString());
         // Qt fixes the native settings path once per process (and test mode moves it
         // under the home directory), so it is pointed into the temporary directory too.
-        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope,
-                           path(QStringLiteral("config")));
+        // Formats registered by the library take the INI format's path.
+        for (const QSettings::Format format : {QSettings::NativeFormat, QSettings::IniFormat}) {
+            QSettings::setPath(format, QSettings::UserScope, path(QStringLiteral("config")));
+        }
     }
     void TearDown() override {
-        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope,
-                           QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation));
+        for (const QSettings::Format format : {QSettings::NativeFormat, QSettings::IniFormat}) {
+            QSettings::setPath(
+                format, QSettings::UserScope,
+                QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation));
+        }
     }
     QString path(const QString& relative = QString()) const {
         return relative.isEmpty() ? dir_.path()

@@ -29,7 +29,9 @@ inline std::optional<QString> literalExpandVars(const QString& text, int maxStep
         }
         const QString token = reference.cap(0);
         QString name = token;
-        name.remove(decoration);
+        for (int at = decoration.indexIn(name); at != -1; at = decoration.indexIn(name, at)) {
+            name.remove(at, decoration.matchedLength());
+        }
         const QString value = QString::fromStdString(
             vexil::getenv_check_registry_stdstring(name.toLocal8Bit().toStdString()));
         result.replace(token, value, Qt::CaseSensitive);

@@ -394,6 +394,10 @@ TEST_F(FilenameFileSystem, DirectorySaverReadsItsSavedBytesAsUtf8) {
     // leaves the current directory where it is.
     ASSERT_EQ(vexil::chdir_utf8(vexil::Path(at(kAccented))), 0);
     const ScopedLocaleCodec latin1("ISO-8859-1");
+    if (QString(QChar(0xE9)).toLocal8Bit() != QByteArray("\xE9")) {
+        // Qt 6 takes the local 8-bit encoding of this host to be UTF-8 whatever codec is set.
+        GTEST_SKIP() << "the local 8-bit encoding cannot be made Latin-1 with this Qt";
+    }
     {
         const fn::DirectorySaver saver;
         EXPECT_EQ(saver.get_original_cwd(), physicalRoot() + "/" + kAccented);

@@ -4,6 +4,7 @@
 # demo_report.txt once the paths of the run are replaced by placeholders and every
 # backslash by a slash: the same file serves both hosts.
 #   ORRERY_BUILD_DIR, WORK_DIR, SOURCE_DIR (tests/tools), VERSION (the project's)
+#   TOOL_NAME  the installed tool's name (orrery, orrery-qt6), also its folder in share/
 #   WINE   for a Windows build: the emulator, run in a Wine prefix of the test's own whose
 #          registry holds the values of examples/registry.ini
 file(REMOVE_RECURSE ${WORK_DIR})
@@ -21,13 +22,14 @@ if(NOT rc EQUAL 0)
     message(FATAL_ERROR "cmake --install failed (${rc}): ${err}")
 endif()
 if(WINE)
-    set(tool bin/orrery.exe)
+    set(tool bin/${TOOL_NAME}.exe)
 else()
-    set(tool bin/orrery)
+    set(tool bin/${TOOL_NAME})
 endif()
-foreach(installed ${tool} share/orrery/examples/registry.ini
-                  share/orrery/examples/korvane/designs/frontend.oxml
-                  share/orrery/examples/korvane/products/frontend/ComponentRefs.ini)
+set(installed_examples ${prefix}/share/${TOOL_NAME}/examples)
+foreach(installed ${tool} share/${TOOL_NAME}/examples/registry.ini
+                  share/${TOOL_NAME}/examples/korvane/designs/frontend.oxml
+                  share/${TOOL_NAME}/examples/korvane/products/frontend/ComponentRefs.ini)
     if(NOT EXISTS ${prefix}/${installed})
         message(FATAL_ERROR "not installed: ${installed}")
     endif()
@@ -47,7 +49,7 @@ if(WINE)
     if(NOT rc EQUAL 0)
         message(FATAL_ERROR "wineboot failed (${rc})")
     endif()
-    file(STRINGS ${prefix}/share/orrery/examples/registry.ini registry)
+    file(STRINGS ${installed_examples}/registry.ini registry)
     set(section "")
     foreach(line IN LISTS registry)
         if(line MATCHES "^\\[(.*)\\]$")
@@ -94,7 +96,7 @@ if(WINE)
     if(EXISTS "$ENV{WINEPREFIX}/drive_c${CMAKE_MATCH_1}")
         message(FATAL_ERROR "the temporary copy ${examples} is still there")
     endif()
-elseif(NOT examples STREQUAL "${prefix}/share/orrery/examples")
+elseif(NOT examples STREQUAL "${installed_examples}")
     message(FATAL_ERROR "the installed demo used the examples in ${examples}:\n${out}")
 endif()
 if(NOT out MATCHES "\n   HOME=([^\n]+)   \\(a temporary folder, removed at the end\\)\n")

@@ -20,8 +20,11 @@ int main(int argc, char** argv) {
     {
         QTextStream out(stdout);
         QTextStream err(stderr);
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
+        // Qt 6's text streams write UTF-8 by default; Qt 5's follow the locale.
         out.setCodec("UTF-8");
         err.setCodec("UTF-8");
+#endif
         try {
             status = OrreryTools::runTool(QCoreApplication::arguments(), out, err);
         } catch (const std::exception& failure) {
