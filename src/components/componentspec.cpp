@@ -3,6 +3,7 @@
 
 #include <orrery/components.h>
 
+#include "inifile_p.h"
 #include "storeguard_p.h"
 
 #include <QDir>
@@ -129,7 +130,7 @@ QString QueryReferredComponentLocation(const QString& productRoot, const QString
         StoreRetry retry;
         while (true) {
             QSettings settings(InstComponentData::GetComponentFullPathtoRefFile(productRoot),
-                               QSettings::IniFormat);
+                               iniStoreFormat());
             result = highestVersionLocation(settings, component);
             if (!retry.again(settings)) {
                 break;

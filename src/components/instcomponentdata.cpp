@@ -3,6 +3,7 @@
 
 #include <orrery/components.h>
 
+#include "inifile_p.h"
 #include "storeguard_p.h"
 
 #include <vexil/core.h>
@@ -44,8 +45,15 @@ QString groupOf(const QString& component, const QString& version) {
 }
 
 std::unique_ptr<QSettings> openNativeStore() {
+#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0) && !defined(Q_OS_WIN) && !defined(Q_OS_DARWIN)
+    // Here the native settings are an INI file too, kept in Qt 5's layout for both builds.
+    return std::make_unique<QSettings>(iniStoreFormat(), QSettings::UserScope,
+                                       InstComponentData::s_strOrganization,
+                                       InstComponentData::s_strapplication);
+#else
     return std::make_unique<QSettings>(InstComponentData::s_strOrganization,
                                        InstComponentData::s_strapplication);
+#endif
 }
 
 bool checkProductRoot(const QString& productRoot) {
@@ -63,12 +71,12 @@ std::unique_ptr<QSettings> openInstalledStore() {
     if (file.isEmpty()) {
         return openNativeStore();
     }
-    return std::make_unique<QSettings>(file, QSettings::IniFormat);
+    return std::make_unique<QSettings>(file, iniStoreFormat());
 }
 
 std::unique_ptr<QSettings> openReferredStore(const QString& productRoot) {
     return std::make_unique<QSettings>(
-        InstComponentData::GetComponentFullPathtoRefFile(productRoot), QSettings::IniFormat);
+        InstComponentData::GetComponentFullPathtoRefFile(productRoot), iniStoreFormat());
 }
 
 // Reads take no lock and never sync: QSettings writes nothing back for an object that was

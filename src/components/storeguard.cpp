@@ -47,7 +47,8 @@ bool prepareDirectory(const QSettings& settings, const QFileInfo& store) {
     if (dir.exists()) {
         return true;
     }
-    const bool fileBased = settings.format() == QSettings::IniFormat ||
+    // Settings opened by their file name carry no application name.
+    const bool fileBased = settings.applicationName().isEmpty() ||
                            QFileInfo(dir.absolutePath()).absoluteDir().exists();
     return fileBased && QDir().mkpath(dir.absolutePath());
 }

@@ -163,6 +163,86 @@ TEST_F(ReferredComponents, ReadsBackWhatWasWritten) {
     EXPECT_EQ(readFile(refFile()), iniText("[Models]\n2.1\\Location=/opt/m\n2.1\\RefCount=3\n"));
 }
 
+// ---------------------------------------------------------------- files of both builds
+
+// data/ComponentRefs-qt5.ini and -qt6.ini were written by `orrery component set` of the
+// Qt 5 and of the Qt 6 build with the values below; each build reads both alike and writes
+// the same bytes for them.
+struct StoredValue {
+    const char* component;
+    const char* version;
+    const char* key;
+    const char* value;  // UTF-8
+};
+
+const StoredValue kStoredValues[] = {
+    {"M\xc3\xb6"
+     "dels",
+     "2.1", "Location", "C:\\Programme\\J\xc3\xbcrgen M\xc3\xbcller\\Modelle"},
+    {"M\xc3\xb6"
+     "dels",
+     "2.1", "Note", "\xe6\x97\xa5\xe6\x9c\xac\xe8\xaa\x9e \xf0\x9f\x98\x80 \xe2\x82\xac"},
+    {"M\xc3\xb6"
+     "dels",
+     "3.0", "Location", " leading;and,trailing = \"quoted\" "},
+    {"General", "1", "Location",
+     "@at-sign\ttab \xc3\xbf"
+     "0A9"},
+    {"Plain", "1.0", "Location", "%KORVANE_DIR%/models"},
+};
+
+class StoresOfBothBuilds : public ReferredComponents,
+                           public ::testing::WithParamInterface<const char*> {
+protected:
+    static QByteArray dataFile(const char* name) {
+        return readFile(
+            QString(QStringLiteral(ORRERY_COMPONENTS_DATA_DIR "/") + QLatin1String(name)));
+    }
+};
+
+TEST_P(StoresOfBothBuilds, EveryValueReadsAsWritten) {
+    const QByteArray bytes = dataFile(GetParam());
+    ASSERT_FALSE(bytes.isEmpty());
+    {
+        QFile file(refFile());
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(bytes);
+    }
+    for (const StoredValue& stored : kStoredValues) {
+        EXPECT_EQ(InstComponentData::GetReferredComponentKey(
+                      root(), QString::fromUtf8(stored.component),
+                      QString::fromUtf8(stored.version), QString::fromUtf8(stored.key)),
+                  QString::fromUtf8(stored.value))
+            << stored.component << " " << stored.version << " " << stored.key;
+    }
+}
+
+TEST_P(StoresOfBothBuilds, ThisBuildWritesTheSameBytes) {
+    for (const StoredValue& stored : kStoredValues) {
+        ASSERT_TRUE(InstComponentData::SetReferredComponentKey(
+            root(), QString::fromUtf8(stored.component), QString::fromUtf8(stored.version),
+            QString::fromUtf8(stored.key), QString::fromUtf8(stored.value)));
+    }
+    EXPECT_EQ(readFile(refFile()), iniText(dataFile(GetParam()).constData()));
+}
+
+INSTANTIATE_TEST_SUITE_P(WrittenBy, StoresOfBothBuilds,
+                         ::testing::Values("ComponentRefs-qt5.ini", "ComponentRefs-qt6.ini"));
+
+TEST_F(ReferredComponents, RawBytesBeyondAsciiReadAsLatin1InBothBuilds) {
+    // Qt 6's own INI format would write "J\xc3\xbcrgen" so; both builds read such a file as
+    // Qt 5 does, one character per byte.
+    {
+        QFile file(refFile());
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("[Models]\n2.1\\Location=J\xc3\xbcrgen\n");
+    }
+    EXPECT_EQ(
+        InstComponentData::GetReferredComponentKey(
+            root(), QStringLiteral("Models"), QStringLiteral("2.1"), QStringLiteral("Location")),
+        QString::fromLatin1("J\xc3\xbcrgen"));
+}
+
 TEST_F(ReferredComponents, AbsentKeyOrFileReadsEmptyAndCreatesNothing) {
     EXPECT_EQ(
         InstComponentData::GetReferredComponentKey(
