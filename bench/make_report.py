@@ -139,13 +139,18 @@ def cpu_model():
     return platform.processor() or "unknown"
 
 
-def main():
-    times, context = load(sys.argv[1])
+def qt_label(results_dir):
+    """The Qt the run used, as run-benchmarks.sh noted it beside the results."""
+    try:
+        with open(os.path.join(results_dir, "qt.txt"), encoding="utf-8") as handle:
+            return handle.read().strip() or "Qt (unknown version)"
+    except OSError:
+        return "Qt (unknown version)"
+
+
+def run_section(times, context, heading):
+    """The report of one run: context, the table against the peers, growth, misses."""
     out = []
-    out.append("# Benchmark results")
-    out.append("")
-    out.append("Written by `scripts/run-benchmarks.sh` from one run of every benchmark; do not edit.")
-    out.append("")
     if context["run_dates"]:
         out.append("- Date: run started %s" % context["run_dates"][0])
     else:
@@ -213,7 +218,7 @@ def main():
         out.append("Not measured in this run: %s." % ", ".join(sorted(set(missing))))
         out.append("")
     if missed:
-        out.append("## Missed targets")
+        out.append("%s Missed targets" % heading)
         out.append("")
         out.append("Missed in this run: %s." % "; ".join(missed))
         out.append("")
@@ -229,6 +234,45 @@ def main():
             for note in notes or ["(no explanation written yet)"]:
                 out.append("> " + note)
                 out.append("")
+    return out
+
+
+def comparison(runs):
+    """Our time of every workload in each run, side by side, against the first run."""
+    out = ["## Qt versions side by side", ""]
+    labels = [label for label, _, _ in runs]
+    out.append("| workload | %s | ratio |" % " | ".join(labels))
+    out.append("|---|%s---|" % ("---|" * len(labels)))
+    first = runs[0][1]
+    for workload, ours_name, _, _, _ in ROWS:
+        if not all(ours_name in times for _, times, _ in runs):
+            continue
+        cells = [fmt(times[ours_name]) for _, times, _ in runs]
+        ratios = ["%.2fx" % (times[ours_name] / first[ours_name]) for _, times, _ in runs[1:]]
+        out.append("| %s | %s | %s |" % (workload, " | ".join(cells), ", ".join(ratios)))
+    out.append("")
+    out.append("The ratio is the later run's time over the first's (%s)." % labels[0])
+    out.append("")
+    return out
+
+
+def main():
+    runs = []
+    for results_dir in sys.argv[1:]:
+        times, context = load(results_dir)
+        runs.append((qt_label(results_dir), times, context))
+    out = []
+    out.append("# Benchmark results")
+    out.append("")
+    out.append("Written by `scripts/run-benchmarks.sh` from one run of every benchmark per Qt "
+               "version; do not edit.")
+    out.append("")
+    if len(runs) > 1:
+        out.extend(comparison(runs))
+    for label, times, context in runs:
+        out.append("## %s" % label)
+        out.append("")
+        out.extend(run_section(times, context, "###"))
     print("\n".join(out))
 
 
