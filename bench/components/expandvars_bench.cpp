@@ -43,7 +43,7 @@ QString makeText(int references, int distinct) {
         reference.replace(QStringLiteral("%%"), QStringLiteral("%"));
         text += reference;
         // The filler keeps the text at its size and is no name character.
-        const int filler = std::max(1, gap - reference.size());
+        const int filler = std::max(1, gap - static_cast<int>(reference.size()));
         text += QString(filler - 1, QLatin1Char('.'));
         text += QLatin1Char('/');
     }
