@@ -592,9 +592,11 @@ TEST_F(IniFileTest, StoreFormatKeepsTheKeysOfAMalformedFile) {
 }
 
 // ---------------------------------------------------------------------------------------
-// Under Qt 5 only: against Qt 5's own INI format
+// Under Qt 5 only: against Qt 5's own INI format. Not on Windows: there Qt 5 keeps the key
+// order of the file and folds keys to lower case, which the format leaves out, since only
+// Qt 6 builds use it and Windows builds are Qt 5 builds.
 
-#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0) && !defined(Q_OS_WIN)
 
 // Pieces of INI text rich in the characters the format treats specially.
 const char* const kTextPieces[] = {"a",
@@ -998,6 +1000,6 @@ TEST_F(IniFileTest, WritesRandomMapsAsQSettingsDoes) {
     }
 }
 
-#endif  // QT_VERSION < 6
+#endif  // QT_VERSION < 6 && !Q_OS_WIN
 
 }  // namespace

@@ -167,7 +167,9 @@ TEST_F(ReferredComponents, ReadsBackWhatWasWritten) {
 
 // data/ComponentRefs-qt5.ini and -qt6.ini were written by `orrery component set` of the
 // Qt 5 and of the Qt 6 build with the values below; each build reads both alike and writes
-// the same bytes for them.
+// the same bytes for them. They are written section by section in the order of the section
+// names, the order in which both builds lay out a new file (Qt 5 on Windows keeps the order
+// in which sections were first written).
 struct StoredValue {
     const char* component;
     const char* version;
@@ -176,6 +178,9 @@ struct StoredValue {
 };
 
 const StoredValue kStoredValues[] = {
+    {"General", "1", "Location",
+     "@at-sign\ttab \xc3\xbf"
+     "0A9"},
     {"M\xc3\xb6"
      "dels",
      "2.1", "Location", "C:\\Programme\\J\xc3\xbcrgen M\xc3\xbcller\\Modelle"},
@@ -185,9 +190,6 @@ const StoredValue kStoredValues[] = {
     {"M\xc3\xb6"
      "dels",
      "3.0", "Location", " leading;and,trailing = \"quoted\" "},
-    {"General", "1", "Location",
-     "@at-sign\ttab \xc3\xbf"
-     "0A9"},
     {"Plain", "1.0", "Location", "%KORVANE_DIR%/models"},
 };
 
