@@ -2,6 +2,7 @@
 /**
  * @file
  * @brief Installed components: variable expansion, component stores and member specifications.
+ * @ingroup components
  */
 #pragma once
 
@@ -11,10 +12,13 @@
 
 namespace Orrery {
 
+/// @addtogroup components
+/// @{
+
 /**
  * @brief Replaces references to environment variables in @p text by their values.
  *
- * A reference is written %NAME%, %NAME, $NAME, $(NAME), %(NAME), ${NAME} or %{NAME},
+ * A reference is written \%NAME%, \%NAME, $NAME, \$(NAME), %(NAME), ${NAME} or %{NAME},
  * where NAME is one or more of the letters, digits, underscore and hyphen. Values come
  * from the environment, with the installation's registry settings as fallback. Each
  * reference found replaces every occurrence of the same reference text in the whole
@@ -22,8 +26,8 @@ namespace Orrery {
  * the place it was inserted. A value that brings its own reference back (A set to
  * "$A$A") would grow the text without end. The expansion stops, leaving the rest of the
  * text unexpanded, before a replacement that would add more than 16 Mi characters to the
- * text or bring in more than 512 Ki '%' and '$' characters with the values inserted so
- * far, and after 8,192 replacement steps more than the text has '%' and '$' characters.
+ * text or bring in more than 512 Ki '\%' and '$' characters with the values inserted so
+ * far, and after 8,192 replacement steps more than the text has '\%' and '$' characters.
  *
  * @return the expanded text. Never fails: a variable that is set nowhere expands to
  *         nothing, and text that is not a reference is kept as it is.
@@ -168,5 +172,7 @@ ORRERY_EXPORT void ParseComponentMemberSpecification(const QString& spec, QStrin
 ORRERY_EXPORT QString QueryReferredComponentLocation(const QString& productRoot,
                                                      const QString& component,
                                                      const QString& version, bool expandVariables);
+
+/// @}
 
 }  // namespace Orrery

@@ -15,6 +15,7 @@
  *
  * Names compare by one collation: bytes are read as signed values, ASCII `A`-`Z`
  * fold to lower case, nothing else is folded (so `/` and `\` differ).
+ * @ingroup file_names
  */
 #pragma once
 
@@ -24,6 +25,9 @@
 
 namespace Orrery {
 namespace Filename {
+
+/// @addtogroup file_names
+/// @{
 
 // ---------------------------------------------------------------------------
 // Separators, parsing and classification
@@ -40,7 +44,7 @@ ORRERY_EXPORT bool ends_with_separator(const std::string& s);
 ORRERY_EXPORT bool ends_with_separator(const char* s);
 
 /// @brief @p in with a backslash appended unless it already ends with a separator
-///        ("" becomes "\\"). @return always true.
+///        (the empty string becomes `\`). @return always true.
 ORRERY_EXPORT bool add_separator(const std::string& in, std::string* out);
 /// @brief C-string form of add_separator; null is "". @return always true.
 ORRERY_EXPORT bool add_separator(const char* in, std::string* out);
@@ -49,8 +53,8 @@ ORRERY_EXPORT std::string add_separator(const std::string& in);
 /// @brief By-value C-string form of add_separator; null is "". Never fails.
 ORRERY_EXPORT std::string add_separator(const char* in);
 
-/// @brief @p in without trailing separators, keeping the roots "C:\\", "\\" and
-///        "\\\\server\\". @return always true.
+/// @brief @p in without trailing separators, keeping the roots `C:\`, `\` and
+///        `\\server\`. @return always true.
 ORRERY_EXPORT bool remove_separator(const std::string& in, std::string* out);
 /// @brief C-string form of remove_separator; null is "". @return always true.
 ORRERY_EXPORT bool remove_separator(const char* in, std::string* out);
@@ -120,7 +124,7 @@ ORRERY_EXPORT bool is_full_path(const std::string& s);
 /// @brief C-string form of is_full_path; null is "" (false).
 ORRERY_EXPORT bool is_full_path(const char* s);
 
-/// @brief Whether @p s is exactly a root: "C:\\", a lone separator or "\\\\server\\".
+/// @brief Whether @p s is exactly a root: `C:\`, a lone separator or `\\server\`.
 ///        Never fails.
 ORRERY_EXPORT bool is_root(const std::string& s);
 /// @brief C-string form of is_root; null is "" (false).
@@ -154,7 +158,7 @@ ORRERY_EXPORT bool equal_filenames(const char* a, const std::string& b);
 
 /**
  * @brief Whether @p s begins with @p prefix under the collation. No separator
- *        boundary is checked ("C:\\toolsets" starts with "C:\\tools"); an empty
+ *        boundary is checked (`C:\toolsets` starts with `C:\tools`); an empty
  *        prefix always matches. Never fails.
  */
 ORRERY_EXPORT bool starts_with_filename(const std::string& s, const std::string& prefix);
@@ -192,7 +196,7 @@ ORRERY_EXPORT bool is_same_pathname(const char* a, const char* b);
 /**
  * @brief Folds "." and ".." out of @p in and joins its pieces with backslashes.
  *
- * The root ("C:\\", "\\", "\\\\server\\") is kept with its slashes turned into
+ * The root (`C:\`, `\`, `\\server\`) is kept with its slashes turned into
  * backslashes; ".." pieces that climb above the first piece are kept, even under a
  * root. A trailing separator is dropped and a path that folds away gives "".
  * @return always true.
@@ -226,7 +230,7 @@ ORRERY_EXPORT std::string append_filename(const std::string& dir, const std::str
 ORRERY_EXPORT std::string append_filename(const char* dir, const char* name);
 
 /**
- * @brief Resolves the relative name @p rel against @p base: `base\rel`, folded.
+ * @brief Resolves the relative name @p rel against @p base, giving `base\rel` folded.
  *
  * A backslash is inserted even after a base ending with a separator and left out
  * only for an empty base.
@@ -246,7 +250,7 @@ ORRERY_EXPORT std::string resolve_relative_path(const char* rel, const char* bas
 /**
  * @brief Expresses @p path relative to @p base when one lies inside the other.
  *
- * A descendant gives its remaining pieces ("b\\c"), an ancestor one ".." per piece
+ * A descendant gives its remaining pieces (`b\c`), an ancestor one ".." per piece
  * of @p base below it, the same directory "". Pieces compare by the collation.
  * @return false when either name has no root, the roots differ, or neither name
  *         contains the other; `*out` is then the folded @p path.
@@ -337,7 +341,7 @@ ORRERY_EXPORT bool is_filename(const char* path);
  *
  * Relative names (and bare drives, which come back unchanged) are resolved against
  * the current directory and folded. Other names get backslashes and are not folded;
- * a name rooted on the current drive ("\\x") gets the current directory's drive in
+ * a name rooted on the current drive (`\x`) gets the current directory's drive in
  * front when the current directory has one. Never fails; an unreadable current
  * directory counts as empty.
  */
@@ -346,8 +350,8 @@ ORRERY_EXPORT std::string get_full_path(const std::string& path);
 ORRERY_EXPORT std::string get_full_path(const char* path);
 
 /**
- * @brief The physical form of @p path: its directory as the operating system spells
- *        it (found by visiting it), a backslash, then the leaf as given.
+ * @brief The physical form of @p path, made of its directory as the operating system
+ *        spells it (found by visiting it), a backslash, then the leaf as given.
  *
  * The current directory is changed for the moment and always restored, also when
  * an exception passes, which is rethrown.
@@ -366,11 +370,11 @@ class ORRERY_EXPORT DirectorySaver {
 public:
     /// @brief Records the current directory. Never fails.
     DirectorySaver();
-    /// @brief Changes back to the recorded directory, ignoring failure.
+    /// @brief Changes back to the recorded directory, ignoring failure. Never fails.
     ~DirectorySaver();
-    /// @brief Copies the recorded directory.
+    /// @brief Copies the recorded directory; both objects change back to it. Never fails.
     DirectorySaver(const DirectorySaver& other) = default;
-    /// @brief Copies the recorded directory.
+    /// @brief Copies the recorded directory; both objects change back to it. Never fails.
     DirectorySaver& operator=(const DirectorySaver& other) = default;
 
     /// @brief Changes the current directory to UTF-8 @p path. @return false on failure.
@@ -384,7 +388,12 @@ private:
     std::string original_cwd;
 };
 
+/// @}
+
 }  // namespace Filename
+
+/// @addtogroup file_names
+/// @{
 
 /**
  * @brief A path for a program, or the running executable's path.
@@ -398,6 +407,8 @@ private:
 ORRERY_EXPORT const char* GetNormalizedAbsolutePathToExecutable_nativeSlashes_utf8(
     const char* path);
 
+/// @}
+
 }  // namespace Orrery
 
 // Sources that build without Qt define ORRERY_FILENAME_NO_QT before including this header.
@@ -405,6 +416,9 @@ ORRERY_EXPORT const char* GetNormalizedAbsolutePathToExecutable_nativeSlashes_ut
 #include <QString>
 
 namespace Orrery {
+
+/// @addtogroup file_names
+/// @{
 
 /**
  * @brief @p path made absolute against the current directory, "." and ".." folded,
@@ -414,6 +428,8 @@ namespace Orrery {
  * `/` separators). Never fails.
  */
 ORRERY_EXPORT QString GetNormalizedAbsolutePath_unixSlashes(const QString& path);
+
+/// @}
 
 }  // namespace Orrery
 #endif

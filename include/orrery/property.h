@@ -12,6 +12,7 @@
  *
  * The member and virtual-function order of the classes below is part of their
  * binary interface and must not change.
+ * @ingroup property_tree
  */
 #pragma once
 
@@ -38,21 +39,27 @@ class PropertyReference;
 /// @brief Constants and free functions of the property tree.
 namespace Property {
 
+/// @addtogroup property_tree
+/// @{
+
 /// @brief Bits of the per-object property-flags word.
 enum PropertyFlags : unsigned int {
+    /// SetName() and SimpleProperty::SetValue() refuse changes (RESULT_FAILED).
     PROPERTY_READ_ONLY = 0x1,
+    /// The node is not to be shown; kept for clients, the library does not act on it.
     PROPERTY_HIDDEN = 0x2,
+    /// The node is to be written out; kept for clients, the library does not act on it.
     PROPERTY_SERIALIZABLE = 0x4,
 };
 
 /// @brief Bits of the per-class type flags returned by AbstractProperty::GetTypeFlags().
 enum TypeFlags : unsigned int {
-    TYPE_PROPERTY_OBJECT = 0x01,
-    TYPE_VARIABLE = 0x02,
-    TYPE_METADATA = 0x04,
-    TYPE_FILE_ROOT = 0x08,
-    TYPE_PROPERTY_REFERENCE = 0x10,
-    TYPE_SIMPLE_PROPERTY = 0x20,
+    TYPE_PROPERTY_OBJECT = 0x01,     ///< a container (PropertyObject and its subclasses)
+    TYPE_VARIABLE = 0x02,            ///< a variable; set by no class of this library
+    TYPE_METADATA = 0x04,            ///< a Metadata container
+    TYPE_FILE_ROOT = 0x08,           ///< the root of a data file (DataFile::RootProperty)
+    TYPE_PROPERTY_REFERENCE = 0x10,  ///< a PropertyReference
+    TYPE_SIMPLE_PROPERTY = 0x20,     ///< a SimpleProperty
 };
 
 /// @brief The property flags of a new node: 4, serializable only.
@@ -65,12 +72,17 @@ extern ORRERY_EXPORT const QChar PathDelimiter;
  * @brief A relative path leading from the node with full path @p from to the node with
  *        full path @p to, when resolved on the node @p from itself.
  *
- * One ".." is spent on leaving @p from: from /a/ref to /a/b gives ../b.
+ * One ".." is spent on leaving @p from itself, so from /a/ref to /a/b gives ../b.
  * @return the relative path; empty for equal paths. Never fails.
  */
 ORRERY_EXPORT QString GetRelativePath(const QString& from, const QString& to);
 
+/// @}
+
 }  // namespace Property
+
+/// @addtogroup property_tree
+/// @{
 
 /**
  * @brief Marker kept beside the value of a simple property and handed back unchanged.
@@ -78,8 +90,8 @@ ORRERY_EXPORT QString GetRelativePath(const QString& from, const QString& to);
  * This library only ever stores NotCellArray (0); other values belong to its clients.
  */
 enum IsCellArray : int {
-    NotCellArray = 0,
-    CellArray = 1,
+    NotCellArray = 0,  ///< the value is not a cell array
+    CellArray = 1,     ///< the value is a cell array (set by clients only)
 };
 
 /**
@@ -104,7 +116,7 @@ public:
     virtual void OnDeserialization();
     /**
      * @brief Detaches the node from its container first (so the container keeps no
-     *        dangling entry), then releases it.
+     *        dangling entry), then releases it. Never fails.
      */
     virtual ~AbstractProperty();
 
@@ -196,6 +208,8 @@ protected:
      * being cloned, the children of a container copy are copied in after its DoClone()
      * returns (parents before children, in name order), which keeps the copy of very
      * deep trees off the call stack.
+     * @return the copy, never null; the classes of this library fail only by running out
+     *         of memory.
      */
     virtual AbstractProperty* DoClone() const = 0;
 
@@ -299,19 +313,21 @@ public:
     /**
      * @brief Replaces the contents of @p list by the direct children that are metadata.
      *
-     * On a container without children @p list is left untouched. Null @p list: no-op.
+     * On a container without children @p list is left untouched. A null @p list is a no-op.
      */
     void BuildMetadataList(QList<AbstractProperty*>* list) const;
     /**
      * @brief Replaces the contents of @p list by the children named @p prefix followed by
      *        an index 0 .. n-1 (n the number of children), in index order.
      *
-     * Missing indices are skipped; indices n and above are never tried. Null @p list: no-op.
+     * Missing indices are skipped; indices n and above are never tried. A null @p list is a
+     * no-op.
      */
     void GetPrefixedChildrenProperties(QList<AbstractProperty*>* list, QString prefix) const;
     /**
-     * @brief Whether a reference in this container's tree may point at @p target: same
-     *        tree, or @p target lies in a data file's contents. False for a null target.
+     * @brief Whether a reference in this container's tree may point at @p target, that is
+     *        whether @p target lies in the same tree or in a data file's contents. False for
+     *        a null target.
      */
     bool CanReferenceProperty(const AbstractProperty* target);
 
@@ -543,6 +559,8 @@ private:
     QString referenceFileType;
 };
 
+/// @}
+
 template <class T>
 const T* PropertyReference::GetConstRef() const {
     return dynamic_cast<const T*>(GetPropertyConstRef());
@@ -551,6 +569,9 @@ const T* PropertyReference::GetConstRef() const {
 /// @brief GetPropertyConstRef() unchanged; null when the reference does not resolve.
 template <>
 ORRERY_EXPORT const AbstractProperty* PropertyReference::GetConstRef<AbstractProperty>() const;
+
+/// @addtogroup property_tree
+/// @{
 
 /**
  * @brief The process-wide registry that creates empty containers from a type name.
@@ -566,7 +587,7 @@ public:
 
     /// @brief The single instance, created on first use. Never fails.
     static PropertyObjectFactory* Instance();
-    /// @brief Frees the registry.
+    /// @brief Frees the registry. Never fails.
     ~PropertyObjectFactory();
 
     /**
@@ -575,7 +596,8 @@ public:
      *         stays); RESULT_INVALID_ARGUMENT for a null creator.
      */
     ERESULT RegisterType(QString typeName, Creator creator);
-    /// @brief A new container of type @p typeName, owned by the caller; null when unknown.
+    /// @brief A new container of type @p typeName, owned by the caller; null when the name is
+    /// unknown (or its creator returns null).
     PropertyObject* Create(const QString& typeName) const;
     /**
      * @brief Appends every registered type name to @p list (unspecified order), keeping
@@ -584,7 +606,9 @@ public:
      */
     ERESULT GetTypeList(QStringList* list) const;
 
+    /// @brief Not copyable: there is one registry per process.
     PropertyObjectFactory(const PropertyObjectFactory&) = delete;
+    /// @brief Not assignable: there is one registry per process.
     PropertyObjectFactory& operator=(const PropertyObjectFactory&) = delete;
 
 private:
@@ -593,5 +617,7 @@ private:
     QHash<QString, Creator> creators;
     static PropertyObjectFactory* s_pInstance;
 };
+
+/// @}
 
 }  // namespace Orrery

@@ -2,6 +2,7 @@
 /**
  * @file
  * @brief The library-wide result codes and the library exception.
+ * @ingroup property_tree
  */
 #pragma once
 
@@ -13,6 +14,9 @@
 #include <exception>
 
 namespace Orrery {
+
+/// @addtogroup property_tree
+/// @{
 
 /**
  * @brief Outcome of every fallible operation of the data-model classes.
@@ -50,11 +54,12 @@ public:
     OrreryException(const OrreryException& other);
     /// @brief Same as the copy constructor; the source keeps its state. Never fails.
     OrreryException(OrreryException&& other) noexcept;
-    /// @brief Copies the base message (unless @p other is this object) and the code.
+    /// @brief Copies the base message (unless @p other is this object) and the code. Never
+    /// fails.
     OrreryException& operator=(const OrreryException& other);
     /// @brief Same as the copy assignment. Never fails.
     OrreryException& operator=(OrreryException&& other) noexcept;
-    /// @brief Releases the base message.
+    /// @brief Releases the base message. Never fails.
     ~OrreryException() override;
 
     /**
@@ -73,5 +78,7 @@ private:
     // Holds the text last returned by what().
     mutable QByteArray whatText;
 };
+
+/// @}
 
 }  // namespace Orrery

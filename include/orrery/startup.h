@@ -8,6 +8,7 @@
  * creates (or adopts) the core application and hands the UTF-8 command line to
  * vexil::CommandLine. The start-up functions live in the global namespace; the
  * UTF-8 I/O helpers live in namespace Orrery.
+ * @ingroup startup
  */
 #pragma once
 
@@ -19,6 +20,9 @@
 #include <iosfwd>
 #include <streambuf>
 #include <string>
+
+/// @addtogroup startup
+/// @{
 
 /**
  * @brief Runs the pre-initialisation when constructed: the default application name
@@ -43,10 +47,12 @@ public:
      * @brief Creates the core application, hands its arguments as UTF-8 to
      *        vexil::CommandLine and fixes the application name unless one was fixed.
      *
+     * Failures are those of QCoreApplication (a second instance is a Qt error).
      * @param argc the argument count; Qt keeps a reference, so it must outlive the object
      * @param argv the arguments; they must outlive the object
      * @param applicationName the name to fix; an empty name is set as it is
-     * Failures are those of QCoreApplication (a second instance is a Qt error).
+     * @param preConstructor runs the pre-initialisation before the QCoreApplication base is
+     *        built; leave the default
      */
     OrreryQtCoreApplication(int& argc, char** argv, const QString& applicationName,
                             const OrreryQtCoreApplicationPreConstructor& preConstructor =
@@ -67,9 +73,8 @@ ORRERY_EXPORT void orrery_initialize_before_creating_core_application();
  * @brief Sets the application name, the organisation name and the locale codec
  *        without creating an application object.
  *
+ * The first name fixed in a process wins; later names are ignored. Never fails.
  * @param applicationName the name to fix; null keeps "Generic" as an unfixed default.
- *        The first name fixed in a process wins; later names are ignored.
- * Never fails.
  */
 ORRERY_EXPORT void initialize_qt_core_settings(const char* applicationName);
 
@@ -82,9 +87,10 @@ ORRERY_EXPORT int are_qt_core_settings_initialized();
  * When a QCoreApplication exists already it is adopted (and never deleted here);
  * otherwise an OrreryQtCoreApplication is created. The first call that creates it
  * stores @p argc for the rest of the process, because Qt keeps a reference to it.
+ * Failures are those of QCoreApplication.
+ * @param argc the argument count; only the value of the first creating call is used
  * @param argv must outlive the core application
  * @param applicationName the name to fix, or null
- * Failures are those of QCoreApplication.
  */
 ORRERY_EXPORT void initialize_qt_core_application(int argc, char** argv,
                                                   const char* applicationName);
@@ -94,9 +100,9 @@ ORRERY_EXPORT void uninitialize_qt_core_application();
 
 /// @brief Records the product's name and version (null taken as empty). Never fails.
 ORRERY_EXPORT void initialize_product(const char* name, const char* version);
-/// @brief The recorded product name; empty before initialize_product.
+/// @brief The recorded product name; empty before initialize_product. Never fails.
 ORRERY_EXPORT QString get_product_name();
-/// @brief The recorded product version; empty before initialize_product.
+/// @brief The recorded product version; empty before initialize_product. Never fails.
 ORRERY_EXPORT QString get_product_version();
 
 /**
@@ -110,7 +116,12 @@ ORRERY_EXPORT const std::string& get_bin_directory();
  */
 ORRERY_EXPORT const std::string& get_installation_directory();
 
+/// @}
+
 namespace Orrery {
+
+/// @addtogroup startup
+/// @{
 
 /**
  * @brief A file stream buffer opened by a UTF-8 file name.
@@ -123,28 +134,31 @@ class ORRERY_EXPORT filebuf_utf8 {
 public:
     /// @brief Creates the inner buffer, with no file attached. Throws std::bad_alloc only.
     filebuf_utf8();
-    /// @brief Closes any open file and destroys the inner buffer.
+    /// @brief Closes any open file and destroys the inner buffer; a failing close is not
+    ///        reported.
     ~filebuf_utf8();
+    /// @brief Not copyable.
     filebuf_utf8(const filebuf_utf8&) = delete;
     /**
      * @brief Makes this object refer to the inner buffer of @p other.
      *
      * Both objects then share one buffer and both destroy it; the buffer this object
-     * held is abandoned. The class is not meant to be assigned.
+     * held is abandoned. The class is not meant to be assigned. Never fails.
      */
     filebuf_utf8& operator=(const filebuf_utf8& other);
 
     /**
      * @brief Opens the file named by UTF-8 @p name (null is the empty name).
+     * @param name the file name in UTF-8, or null
      * @param mode a set of std::ios_base::openmode bits
      * @return false when the file cannot be opened or a file is already attached.
      */
     bool open(const char* name, int mode);
     /// @brief Flushes and closes. @return true when both succeeded; false with no file.
     bool close();
-    /// @brief Whether a file is attached.
+    /// @brief Whether a file is attached. Never fails.
     bool is_open() const;
-    /// @brief The inner buffer.
+    /// @brief The inner buffer. Never fails.
     operator std::basic_streambuf<char>&();  // NOLINT(google-explicit-constructor)
 
 private:
@@ -155,8 +169,9 @@ private:
  * @brief The arguments of the running application as UTF-8 C strings.
  *
  * Requires the core application (see initialize_qt_core_application); without it the
- * list is empty. @p argv receives a new array of *argc + 1 pointers ending in null;
- * the caller frees each string with free() and the array with delete[].
+ * list is empty and Qt logs a warning. @p argv receives a new array of *argc + 1 pointers
+ * ending in null; the caller frees each string with free() and the array with delete[].
+ * Neither pointer may be null. A string that cannot be allocated is a null entry.
  */
 ORRERY_EXPORT void get_application_arguments_utf8(int* argc, char*** argv);
 
@@ -167,5 +182,7 @@ ORRERY_EXPORT void get_application_arguments_utf8(int* argc, char*** argv);
  * @return the name, or "" (never null) when no name can be produced.
  */
 ORRERY_EXPORT const char* tmpnam_utf8();
+
+/// @}
 
 }  // namespace Orrery

@@ -6,6 +6,7 @@
  * Values such as "4.7k" or "-1.5e-3" are kept as exact decimal digit strings, so
  * moving a value between metric prefixes never rounds it. A double is only used
  * for `valueAsReal` and where a units conversion factor has to be applied.
+ * @ingroup units
  */
 #pragma once
 
@@ -16,6 +17,9 @@
 namespace Orrery {
 
 class RealString;
+
+/// @addtogroup units
+/// @{
 
 /**
  * @brief Splits a units string ("GHz", "mil", "pF") into a one-letter metric prefix
@@ -31,15 +35,20 @@ public:
     /// @brief Empty units: no prefix, factor 1.0, no prefix may be added. Cannot fail.
     UnitsParser();
     /**
-     * @brief Parses @p units: a whole-string conversion-table entry first, else an
+     * @brief Parses @p units, as a whole-string conversion-table entry first, else as an
      * optional prefix character followed by the base unit. Cannot fail; anything
      * unrecognised becomes the base unit.
      */
     UnitsParser(const QString& units);  // NOLINT(google-explicit-constructor)
+    /// @brief Copies the parsed units. Cannot fail.
     UnitsParser(const UnitsParser& other);
+    /// @brief Takes over the parsed units of @p other. Cannot fail.
     UnitsParser(UnitsParser&& other) noexcept;
+    /// @brief Copies the parsed units. Cannot fail.
     UnitsParser& operator=(const UnitsParser& other);
+    /// @brief Takes over the parsed units of @p other. Cannot fail.
     UnitsParser& operator=(UnitsParser&& other) noexcept;
+    /// @brief Releases the strings. Cannot fail.
     ~UnitsParser();
 
     /**
@@ -142,10 +151,15 @@ public:
      * number, a malformed or out-of-range exponent, or a magnitude a double cannot hold.
      */
     RealStringParser(const QString& text);  // NOLINT(google-explicit-constructor)
+    /// @brief Copies the parse result, state included. Cannot fail.
     RealStringParser(const RealStringParser& other);
+    /// @brief Takes over the parse result of @p other. Cannot fail.
     RealStringParser(RealStringParser&& other) noexcept;
+    /// @brief Copies the parse result, state included. Cannot fail.
     RealStringParser& operator=(const RealStringParser& other);
+    /// @brief Takes over the parse result of @p other. Cannot fail.
     RealStringParser& operator=(RealStringParser&& other) noexcept;
+    /// @brief Releases the strings. Cannot fail.
     ~RealStringParser();
 
     /// @brief The parse state. Cannot fail.
@@ -225,6 +239,7 @@ private:
  */
 class ORRERY_EXPORT RealString {
 public:
+    /// The parse state of the value (RealStringParser::State).
     using State = RealStringParser::State;
 
     /// @brief A cleared value (state Invalid) with empty units. Cannot fail.
@@ -236,10 +251,15 @@ public:
     /// front of them when @p desiredUnitsCanScale is true. Failure shows in state().
     RealString(const QString& value, const QString& units, const QString& desiredUnits,
                bool desiredUnitsCanScale);
+    /// @brief Copies value, units, desired units and settings. Cannot fail.
     RealString(const RealString& other);
+    /// @brief Takes over value, units, desired units and settings of @p other. Cannot fail.
     RealString(RealString&& other) noexcept;
+    /// @brief Copies value, units, desired units and settings. Cannot fail.
     RealString& operator=(const RealString& other);
+    /// @brief Takes over value, units, desired units and settings of @p other. Cannot fail.
     RealString& operator=(RealString&& other) noexcept;
+    /// @brief Releases the strings. Cannot fail.
     ~RealString();
 
     /// @brief Replaces the value as a fresh RealStringParser would read it.
@@ -313,5 +333,7 @@ private:
     bool m_desiredUnitsCanScale;
     bool m_valueScaleFactorOverridesUnitsScaleFactor;
 };
+
+/// @}
 
 }  // namespace Orrery

@@ -38,6 +38,7 @@
  * - the other kinds convert only to their own code.
  * A failed conversion yields the null variant. Arrays convert element-wise
  * and keep their dimensions.
+ * @ingroup property_tree
  */
 #pragma once
 
@@ -58,30 +59,36 @@
 namespace Tolmarsk {
 namespace Qel {
 
+/// @addtogroup property_tree
+/// @{
+
 /// @brief The element type codes.
 namespace TypeCode {
-constexpr std::uint16_t Null = 0x0000;
-constexpr std::uint16_t Int8 = 0x0001;
-constexpr std::uint16_t UInt8 = 0x0002;
-constexpr std::uint16_t Int16 = 0x0003;
-constexpr std::uint16_t UInt16 = 0x0004;
-constexpr std::uint16_t Int32 = 0x0006;
-constexpr std::uint16_t UInt32 = 0x0007;
-constexpr std::uint16_t Int64 = 0x0008;
-constexpr std::uint16_t UInt64 = 0x0009;
-constexpr std::uint16_t Float = 0x000A;
-constexpr std::uint16_t Double = 0x000B;
-constexpr std::uint16_t Bool = 0x4003;
-constexpr std::uint16_t ComplexFloat = 0x800A;
-constexpr std::uint16_t ComplexDouble = 0x800B;
-constexpr std::uint16_t ComplexBool = 0xC003;
-constexpr std::uint16_t String = 0x0010;
-constexpr std::uint16_t Custom = 0x0020;
-constexpr std::uint16_t Duration = 0x0030;
-constexpr std::uint16_t TimePoint = 0x0040;
+/// @addtogroup property_tree
+/// @{
+constexpr std::uint16_t Null = 0x0000;           ///< the null variant: no value
+constexpr std::uint16_t Int8 = 0x0001;           ///< std::int8_t
+constexpr std::uint16_t UInt8 = 0x0002;          ///< std::uint8_t
+constexpr std::uint16_t Int16 = 0x0003;          ///< std::int16_t
+constexpr std::uint16_t UInt16 = 0x0004;         ///< std::uint16_t
+constexpr std::uint16_t Int32 = 0x0006;          ///< std::int32_t
+constexpr std::uint16_t UInt32 = 0x0007;         ///< std::uint32_t
+constexpr std::uint16_t Int64 = 0x0008;          ///< std::int64_t
+constexpr std::uint16_t UInt64 = 0x0009;         ///< std::uint64_t
+constexpr std::uint16_t Float = 0x000A;          ///< float
+constexpr std::uint16_t Double = 0x000B;         ///< double
+constexpr std::uint16_t Bool = 0x4003;           ///< bool
+constexpr std::uint16_t ComplexFloat = 0x800A;   ///< std::complex<float>
+constexpr std::uint16_t ComplexDouble = 0x800B;  ///< std::complex<double>
+constexpr std::uint16_t ComplexBool = 0xC003;    ///< complex of bool; a code only, never held
+constexpr std::uint16_t String = 0x0010;         ///< std::string holding UTF-8
+constexpr std::uint16_t Custom = 0x0020;     ///< a custom object (KVariantGeneric::fromCustom())
+constexpr std::uint16_t Duration = 0x0030;   ///< Duration (nanoseconds)
+constexpr std::uint16_t TimePoint = 0x0040;  ///< TimePoint (system clock, nanoseconds)
+/// @}
 }  // namespace TypeCode
 
-/// @brief Whether @p code is a numeric element type (low four bits non-zero).
+/// @brief Whether @p code is a numeric element type (low four bits non-zero). Never fails.
 constexpr bool isNumericTypeCode(std::uint16_t code) {
     return (code & 0x000F) != 0;
 }
@@ -91,9 +98,16 @@ using Duration = std::chrono::nanoseconds;
 /// @brief The time point element type.
 using TimePoint = std::chrono::time_point<std::chrono::system_clock, std::chrono::nanoseconds>;
 
-/// @brief The type code of an element type; `value` is Null for unsupported types.
+/**
+ * @brief The type code of an element type, as `value`.
+ *
+ * Specialised for every element type a variant can hold (the fixed-width integers,
+ * float, double, bool, std::complex of float and of double, std::string, Duration and
+ * TimePoint); `value` is TypeCode::Null for every other type.
+ */
 template <class T>
 struct TypeCodeOf : std::integral_constant<std::uint16_t, TypeCode::Null> {};
+/// @cond
 #define QEL_TYPE_CODE(T, C) \
     template <>             \
     struct TypeCodeOf<T> : std::integral_constant<std::uint16_t, C> {}
@@ -114,6 +128,7 @@ QEL_TYPE_CODE(std::string, TypeCode::String);
 QEL_TYPE_CODE(Duration, TypeCode::Duration);
 QEL_TYPE_CODE(TimePoint, TypeCode::TimePoint);
 #undef QEL_TYPE_CODE
+/// @endcond
 
 namespace Internal {
 
@@ -164,6 +179,7 @@ class KVariantDirectStorage;
  * The fixed-width integer types and std::string read "int8_t" ... "uint64_t"
  * and "std::string"; every other type is the compiler's spelling, cleaned by
  * Internal::cleanTypeName ("int", "double", "bool", "std::complex<float>").
+ * Never fails.
  */
 template <class T>
 std::string typeName() {
@@ -272,10 +288,11 @@ private:
 template <class Storage>
 class KVariantGeneric {
 public:
-    /// @brief The null variant (type code 0).
+    /// @brief The null variant (type code 0). Never fails.
     KVariantGeneric() noexcept = default;
 
-    /// @brief A scalar of one of the supported element types.
+    /// @brief A scalar of one of the supported element types. Never fails (a string is
+    ///        copied to the heap; only running out of memory throws).
     template <class T, std::enable_if_t<TypeCodeOf<T>::value != TypeCode::Null, int> = 0>
     explicit KVariantGeneric(const T& scalar) {
         storage_.assign(TypeCodeOf<T>::value, &scalar, 1, {}, true);
@@ -283,51 +300,71 @@ public:
 
     /**
      * @brief An array of @p count elements copied from @p data.
+     * @param data the first element; may be null only when @p count is 0
+     * @param count the number of elements
      * @param dims the extents; empty means unresolved, reported as {count}.
-     * @throws std::invalid_argument when the product of @p dims differs from @p count.
+     * @throws std::invalid_argument when the product of @p dims differs from @p count, or
+     *         when @p data is null and @p count is not 0.
      */
     template <class T, std::enable_if_t<TypeCodeOf<T>::value != TypeCode::Null, int> = 0>
     KVariantGeneric(const T* data, std::size_t count, std::vector<std::uint64_t> dims = {}) {
         storage_.assign(TypeCodeOf<T>::value, data, count, std::move(dims), false);
     }
 
-    /// @brief A custom object (type code 0x20) holding a copy of @p object.
+    /// @brief A custom object (type code 0x20) holding a copy of @p object. Never fails
+    ///        beyond what copying @p object throws.
     template <class T>
     static KVariantGeneric fromCustom(T object) {
         KVariantGeneric v;
         v.storage_.assignCustom(std::make_unique<Internal::CustomHolder<T>>(std::move(object)));
         return v;
     }
-    /// @brief A custom value whose type information is that of void.
+    /// @brief A custom value whose type information is that of void and whose element type
+    ///        name is "void". Never fails.
     static KVariantGeneric voidCustom() {
         KVariantGeneric v;
         v.storage_.assignCustom(nullptr);
         return v;
     }
 
+    /// @brief A deep copy: elements and custom objects are copied. Never fails beyond what
+    ///        copying a custom object throws.
     KVariantGeneric(const KVariantGeneric&) = default;
+    /// @brief Takes over the contents; the source is left null. Never fails.
     KVariantGeneric(KVariantGeneric&&) noexcept = default;
+    /// @brief A deep copy: elements and custom objects are copied. Never fails beyond what
+    ///        copying a custom object throws; the target is then unchanged.
     KVariantGeneric& operator=(const KVariantGeneric&) = default;
+    /// @brief Takes over the contents; the source is left null. Never fails.
     KVariantGeneric& operator=(KVariantGeneric&&) noexcept = default;
+    /// @brief Releases the contents. Never fails.
     ~KVariantGeneric() = default;
 
-    /// @brief The element type code; 0 for the null variant.
+    /// @brief The element type code; 0 for the null variant. Never fails.
     std::uint16_t typeCode() const noexcept { return storage_.typeCode(); }
-    /// @brief Whether this is the null variant.
+    /// @brief Whether this is the null variant. Never fails.
     bool isNull() const noexcept { return storage_.typeCode() == TypeCode::Null; }
-    /// @brief Whether the variant holds one scalar (not an array).
+    /// @brief Whether the variant holds one scalar (not an array). Never fails.
     bool isScalar() const noexcept { return storage_.isScalar(); }
     /// @brief The extents: {} for null, {1} for a scalar, {count} for unresolved arrays.
+    ///        Never fails.
     std::vector<std::uint64_t> dimensions() const { return storage_.dimensions(); }
-    /// @brief The number of elements.
+    /// @brief The number of elements; 0 for the null variant. Never fails.
     std::size_t size() const noexcept { return storage_.size(); }
-    /// @brief The type of a custom object; typeid(void) for every other value.
+    /// @brief The type of a custom object; typeid(void) for every other value. Never fails.
     const std::type_info& typeInfo() const noexcept { return storage_.typeInfo(); }
     /// @brief The element type's name as typeName() spells it.
     /// @throws std::runtime_error "unknown type" for the null variant.
     std::string elementTypeName() const { return storage_.elementTypeName(); }
 
-    /// @brief The value converted to @p code; the null variant when that fails.
+    /**
+     * @brief The value converted to @p code by the conversion rules of this header.
+     *
+     * A conversion to the variant's own code is a copy. When `(flag & 1)` is set, a value
+     * outside the target's range fails; otherwise it saturates.
+     * @return the converted value; the null variant when any element cannot be converted,
+     *         for a code that cannot hold values, and for the null variant itself.
+     */
     KVariantGeneric convert(std::uint16_t code, int flag) const {
         KVariantGeneric v;
         v.storage_ = storage_.convert(code, flag);
@@ -347,7 +384,8 @@ public:
         return *static_cast<const T*>(storage_.element(index));
     }
 
-    /// @brief The custom object as T, or null when it is not a T.
+    /// @brief The custom object as T, or null when the variant is not a custom object of
+    ///        type T. Never fails.
     template <class T>
     const T* customObject() const {
         if (storage_.typeCode() != TypeCode::Custom || storage_.typeInfo() != typeid(T)) {
@@ -362,6 +400,8 @@ private:
 
 /// @brief The variant type of simple properties.
 using KVariant = KVariantGeneric<Internal::KVariantDirectStorage>;
+
+/// @}
 
 }  // namespace Qel
 }  // namespace Tolmarsk

@@ -7,6 +7,7 @@
  * initialize_qt_core_application), calls process_arguments(), then
  * setup_environment(), and may then call check_reg_verses_getenv(). All texts are
  * UTF-8 std::strings; the environment changes are inherited by child processes.
+ * @ingroup client_environment
  */
 #pragma once
 
@@ -16,6 +17,9 @@
 #include <string>
 
 namespace vexil {
+
+/// @addtogroup client_environment
+/// @{
 
 /**
  * @brief Reads the suite's switches and exports the environment of a desktop client.
@@ -35,7 +39,7 @@ public:
      * @brief Reads PATH (environment, then registry) and the language path.
      *
      * A missing PATH writes "Could not find PATH environment variable." to standard
-     * error and is otherwise ignored.
+     * error and is otherwise ignored. Nothing is exported yet.
      */
     ClientEnvironment();
 
@@ -69,7 +73,7 @@ public:
      */
     void test_vexil_dir();
 
-    /// @brief The installation directory (empty before setup_product_variables).
+    /// @brief The installation directory (empty before setup_product_variables). Never fails.
     const vexil::Path& get_vexil_dir() const;
 
     /// @brief Sets "SIMARCH" to "win32_64". Never fails.
@@ -81,9 +85,11 @@ public:
      */
     void setup_environment_for_ipc();
 
-    /// @brief Exports the composed search path as "PATH". Never fails.
+    /// @brief Exports the composed search path as "PATH". Never fails: a failed export is
+    ///        not reported.
     void save_path_to_env();
-    /// @brief Puts the installation's program and library directories in front of "PATH".
+    /// @brief Puts the installation's program, library and tool directories in front of the
+    ///        search path and exports it. Never fails.
     void setup_system_path();
     /// @brief Prepends @p entries and ";" to the search path and exports it. Never fails.
     void prepend_to_system_path(const std::string& entries);
@@ -129,6 +135,7 @@ public:
      * @brief Warns through show_info_message() when "KORVANE_DIR" in the environment
      *        or the registry (as found at start-up) names another directory than the
      *        installation directory. Does nothing when the check is turned off.
+     *        Never fails.
      */
     void check_reg_verses_getenv();
     /// @brief Turns the registry-versus-environment check on or off. Never fails.
@@ -142,13 +149,14 @@ public:
     /// @brief Stores the flag; it has no other effect. Never fails.
     void set_application_under_test(bool under_test);
 
-    /// @brief Always true.
+    /// @brief Always true. Never fails.
     static bool run_64bit();
 
 protected:
     /**
      * @brief The message sink: writes @p message unchanged (no newline added) to the
-     *        standard error stream. A graphical client shows a message box instead.
+     *        standard error stream and flushes it. A graphical client shows a message box
+     *        instead. Never fails: stream errors are not reported.
      */
     virtual void show_info_message(const std::string& message) const;
 
@@ -171,5 +179,7 @@ protected:
     /// Whether the arguments are echoed.
     bool debugging_output;
 };
+
+/// @}
 
 }  // namespace vexil
