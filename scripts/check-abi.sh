@@ -104,8 +104,10 @@ ORRERY_SOVERSION in CMakeLists.txt and write the record anew with
 EOF
     exit 1
 fi
-if ! cmp -s "$record" "$current"; then
-    echo "check-abi: the library adds to the recorded ABI; take the additions into the record" \
-        "with --update when the release is cut"
+# The same comparison with additions counted tells whether the library adds to the record.
+if ! additions=$(abidiff "$record" "$current"); then
+    echo "$additions"
+    echo "check-abi: the library adds to the recorded ABI; take the additions into the" \
+        "record with --update (at the latest when the release is cut)"
 fi
 echo "check-abi: $soname keeps its ABI"
