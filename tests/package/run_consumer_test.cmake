@@ -8,6 +8,9 @@
 #   INCLUDE_DIR   where the headers are installed, relative to the prefix
 #   QT_MAJOR      the Qt major version the consumer must report
 #   PREFIX        optional: an installed prefix to build against; nothing is installed then
+#   SYSTEM        with PREFIX: the prefix is the system's own (/usr, from the Debian packages);
+#                 CMake, pkg-config and the loader must find the package without being
+#                 pointed at it
 file(REMOVE_RECURSE ${WORK_DIR})
 if(PREFIX)
     set(prefix ${PREFIX})
@@ -63,10 +66,23 @@ if(CROSS_TOOLCHAIN_FILE)
     set(ENV{WINEPATH} "Z:${bin}")
     run(${CROSS_EMULATOR} ${WORK_DIR}/build/consumer.exe)
 else()
+    set(prefix_path ${prefix})
+    if(SYSTEM)
+        set(prefix_path "")
+    endif()
     run(${CMAKE_COMMAND} -S ${CONSUMER_SOURCE_DIR} -B ${WORK_DIR}/build
-        -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_CXX_COMPILER=${CXX_COMPILER}
+        -DCMAKE_PREFIX_PATH=${prefix_path} -DCMAKE_CXX_COMPILER=${CXX_COMPILER}
         -DORRERY_PACKAGE=${PACKAGE_NAME}
         "-DCMAKE_CXX_FLAGS=${CONSUMER_CXX_FLAGS}")
+    if(SYSTEM)
+        # Found in the system prefix, not in another installation.
+        file(STRINGS ${WORK_DIR}/build/CMakeCache.txt package_dir
+             REGEX "^${PACKAGE_NAME}_DIR:")
+        string(REGEX REPLACE "^[^=]*=" "" package_dir "${package_dir}")
+        if(NOT package_dir MATCHES "^${prefix}/")
+            message(FATAL_ERROR "find_package found ${PACKAGE_NAME} in ${package_dir}")
+        endif()
+    endif()
     run(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
     run(${WORK_DIR}/build/consumer)
 endif()
@@ -77,6 +93,9 @@ endif()
 
 # pkg-config must describe the same installation.
 find_program(PKG_CONFIG pkg-config)
+if(SYSTEM AND NOT PKG_CONFIG)
+    message(FATAL_ERROR "pkg-config not found")
+endif()
 if(PKG_CONFIG AND CROSS_TOOLCHAIN_FILE)
     # The cross-built Qt's own .pc files answer "Requires: Qt5Core".
     file(GLOB_RECURSE pcfile ${prefix}/*/${PC_NAME}.pc)
@@ -97,18 +116,29 @@ if(PKG_CONFIG AND CROSS_TOOLCHAIN_FILE)
         message(FATAL_ERROR "unexpected output of the pkg-config consumer: ${last_output}")
     endif()
 elseif(PKG_CONFIG)
-    file(GLOB_RECURSE pcfile ${prefix}/*/${PC_NAME}.pc)
-    get_filename_component(pcdir "${pcfile}" DIRECTORY)
-    set(ENV{PKG_CONFIG_PATH} "${pcdir}")
+    if(SYSTEM)
+        run(${PKG_CONFIG} --variable=pcfiledir ${PC_NAME})
+        string(STRIP "${last_output}" pcdir)
+        if(NOT pcdir MATCHES "^${prefix}/")
+            message(FATAL_ERROR "pkg-config found ${PC_NAME} in ${pcdir}")
+        endif()
+    else()
+        file(GLOB_RECURSE pcfile ${prefix}/*/${PC_NAME}.pc)
+        get_filename_component(pcdir "${pcfile}" DIRECTORY)
+        set(ENV{PKG_CONFIG_PATH} "${pcdir}")
+    endif()
     run(${PKG_CONFIG} --cflags --libs ${PC_NAME})
     string(STRIP "${last_output}" flags)
     separate_arguments(flags UNIX_COMMAND "${flags}")
     separate_arguments(extra UNIX_COMMAND "${CONSUMER_CXX_FLAGS}")
     run(${CXX_COMPILER} -std=c++17 -fPIC ${extra} ${CONSUMER_SOURCE_DIR}/main.cpp ${flags}
         -o ${WORK_DIR}/consumer-pc)
-    # pkg-config gives no run path: the loader is pointed at the installed library.
-    get_filename_component(libdir "${pcdir}" DIRECTORY)
-    set(ENV{LD_LIBRARY_PATH} "${libdir}")
+    # pkg-config gives no run path: the loader is pointed at the installed library, unless
+    # that is in the system's own library directory.
+    if(NOT SYSTEM)
+        get_filename_component(libdir "${pcdir}" DIRECTORY)
+        set(ENV{LD_LIBRARY_PATH} "${libdir}")
+    endif()
     run(${WORK_DIR}/consumer-pc)
     unset(ENV{LD_LIBRARY_PATH})
     if(NOT last_output MATCHES "${expected_output}")
