@@ -2,10 +2,11 @@
 # SPDX-License-Identifier: MIT
 """Turns the JSON output of the benchmark executables into bench/results.md.
 
-Usage: make_report.py RESULTS_DIR > results.md
-RESULTS_DIR holds one <executable>.json per benchmark executable, all from one run.
-Each row below names our benchmark, its peers (measured in the same run) and the
-target that the row is held to.
+Usage: make_report.py RESULTS_DIR [RESULTS_DIR...] > results.md
+RESULTS_DIR holds one <executable>.json per benchmark executable, all from one run, the
+Qt version in qt.txt and, if measured, the peak memory of XML reads in
+xml_peak_memory.jsonl. Each row below names our benchmark, its peers (measured in the
+same run) and the target that the row is held to.
 """
 import datetime
 import json
@@ -13,32 +14,59 @@ import os
 import platform
 import sys
 
+# A benchmark is named by its name with its numeric arguments ("BM_BuildTree/100000"), or
+# by a tuple of such names, the first present of which is used: results of older runs
+# name some benchmarks without the size that is now part of their name.
+
 # (workload, ours, [(peer label, peer benchmark)], target description, target check)
 # A check gets {label: cpu time} and the times of ours and returns True/False, or None
 # when the row has no target.
+RAW_READER = "raw QXmlStreamReader loop (floor)"
+RAW_WRITER = "raw QXmlStreamWriter loop (floor)"
+PTREE = "Boost.PropertyTree"
 ROWS = [
     ("XML: read a 20 MB document (parse and destroy)", "BM_Read_XMLElement",
-     [("raw QXmlStreamReader loop (floor)", "BM_Read_RawStreamReader"),
+     [(RAW_READER, "BM_Read_RawStreamReader"),
       ("QDomDocument", "BM_Read_QDomDocument"), ("pugixml", "BM_Read_Pugixml")],
      "within 1.5x of the raw loop and faster than QDomDocument",
-     lambda o, p: o <= 1.5 * p["raw QXmlStreamReader loop (floor)"] and o < p["QDomDocument"]),
+     lambda o, p: o <= 1.5 * p[RAW_READER] and o < p["QDomDocument"]),
     ("XML: read a 20 MB document (parse only)", "BM_Read_XMLElementWithoutDestruction",
-     [("raw QXmlStreamReader loop (floor)", "BM_Read_RawStreamReader")],
-     "within 1.5x of the raw loop",
-     lambda o, p: o <= 1.5 * p["raw QXmlStreamReader loop (floor)"]),
+     [(RAW_READER, "BM_Read_RawStreamReader")],
+     "within 1.25x of the raw loop",
+     lambda o, p: o <= 1.25 * p[RAW_READER]),
     ("XML: write a 20 MB document", "BM_Write_XMLElement",
-     [("raw QXmlStreamWriter loop (floor)", "BM_Write_RawStreamWriter"),
+     [(RAW_WRITER, "BM_Write_RawStreamWriter"),
       ("QDomDocument", "BM_Write_QDomDocument"), ("pugixml", "BM_Write_Pugixml")],
-     "within 1.5x of the raw writer loop",
-     lambda o, p: o <= 1.5 * p["raw QXmlStreamWriter loop (floor)"]),
-    ("Property tree: build 10^6 nodes", "BM_BuildTree",
-     [("Boost.PropertyTree", "BM_Ptree_BuildTree")], None, None),
-    ("Property tree: resolve 10^6 paths", "BM_ResolveAbsolutePaths",
-     [("Boost.PropertyTree", "BM_Ptree_ResolveAbsolutePaths")], None, None),
-    ("Property tree: clone 10^6 nodes", "BM_CloneTree",
-     [("Boost.PropertyTree", "BM_Ptree_CloneTree")], None, None),
-    ("Property tree: destroy 10^6 nodes", "BM_DestroyTree",
-     [("Boost.PropertyTree", "BM_Ptree_DestroyTree")], None, None),
+     "within 1.2x of the raw writer loop",
+     lambda o, p: o <= 1.2 * p[RAW_WRITER]),
+    ("Property tree: build 10^5 leaves (1000 x 100)", "BM_BuildTree/100000",
+     [(PTREE, "BM_Ptree_BuildTree/100000")],
+     "no slower than Boost.PropertyTree", lambda o, p: o <= p[PTREE]),
+    ("Property tree: resolve 10^6 paths in 10^5 leaves", "BM_ResolveAbsolutePaths/100000",
+     [(PTREE, "BM_Ptree_ResolveAbsolutePaths/100000")],
+     "within 0.5x of Boost.PropertyTree's get_child_optional",
+     lambda o, p: o <= 0.5 * p[PTREE]),
+    ("Property tree: clone 10^5 leaves", "BM_CloneTree/100000",
+     [(PTREE, "BM_Ptree_CloneTree/100000")],
+     "no slower than Boost.PropertyTree", lambda o, p: o <= p[PTREE]),
+    ("Property tree: destroy 10^5 leaves", "BM_DestroyTree/100000",
+     [(PTREE, "BM_Ptree_DestroyTree/100000")],
+     "no slower than Boost.PropertyTree", lambda o, p: o <= p[PTREE]),
+    ("Property tree: destroy a clone of 10^5 leaves", "BM_DestroyClone/100000",
+     [(PTREE, "BM_Ptree_DestroyClone/100000")],
+     "no slower than Boost.PropertyTree", lambda o, p: o <= p[PTREE]),
+    ("Property tree: build 10^6 nodes", ("BM_BuildTree/1000000", "BM_BuildTree"),
+     [(PTREE, ("BM_Ptree_BuildTree/1000000", "BM_Ptree_BuildTree"))], None, None),
+    ("Property tree: resolve 10^6 paths",
+     ("BM_ResolveAbsolutePaths/1000000", "BM_ResolveAbsolutePaths"),
+     [(PTREE, ("BM_Ptree_ResolveAbsolutePaths/1000000", "BM_Ptree_ResolveAbsolutePaths"))],
+     None, None),
+    ("Property tree: clone 10^6 nodes", ("BM_CloneTree/1000000", "BM_CloneTree"),
+     [(PTREE, ("BM_Ptree_CloneTree/1000000", "BM_Ptree_CloneTree"))], None, None),
+    ("Property tree: destroy 10^6 nodes", ("BM_DestroyTree/1000000", "BM_DestroyTree"),
+     [(PTREE, ("BM_Ptree_DestroyTree/1000000", "BM_Ptree_DestroyTree"))], None, None),
+    ("Property tree: destroy a clone of 10^6 nodes", "BM_DestroyClone/1000000",
+     [(PTREE, "BM_Ptree_DestroyClone/1000000")], None, None),
     ("Numbers: parse + normalise + format 10^6 values", "BM_ParseNormaliseFormat",
      [("strtod + snprintf (floor)", "BM_StrtodSnprintfFloor")],
      "within 3x of the floor", lambda o, p: o <= 3 * p["strtod + snprintf (floor)"]),
@@ -66,13 +94,59 @@ ROWS = [
 # Growth rows: one benchmark family, times at increasing sizes.
 GROWTH = [
     ("ExpandVars: 10^3 to 10^5 references in a 1 MB text", "BM_ExpandVars"),
+    ("ExpandVars: references to 100 variables", "BM_ExpandVarsHundredNames"),
     ("ExpandVars: every reference a different variable", "BM_ExpandVarsDistinctNames"),
     ("the literal replace-all definition (reference)", "BM_ExpandVarsLiteral"),
     ("QueryReferredComponentLocation, highest of N versions", "BM_QueryHighestVersion"),
 ]
 SINGLE = []
 
+# Scale rows: the work grown 10x and 100x, each held to within SCALE_LIMIT of linear:
+# (time ratio) / (work ratio) <= SCALE_LIMIT for both steps.
+# (workload, size unit, [(size, work, benchmark)], baseline benchmark or None)
+# With a baseline, its time is taken off every point first (the part that does not grow).
+SCALE_LIMIT = 1.2
+SCALE = [
+    ("XML: read (parse and destroy) of a generated document", "MB",
+     [(2, 2, "BM_ReadScale_XMLElement/2"), (20, 20, "BM_ReadScale_XMLElement/20"),
+      (200, 200, "BM_ReadScale_XMLElement/200")], None),
+    ("Property tree: build", "leaves",
+     [(n, n, "BM_BuildTree/%d" % n) for n in (10**4, 10**5, 10**6)], None),
+    ("Property tree: destroy", "leaves",
+     [(n, n, "BM_DestroyTree/%d" % n) for n in (10**4, 10**5, 10**6)], None),
+    # 10^6 lookups at every size: the work stays, the tree grows.
+    ("Property tree: resolve 10^6 paths (work fixed, tree grows)", "leaves",
+     [(n, 10**6, "BM_ResolveAbsolutePaths/%d" % n) for n in (10**4, 10**5, 10**6)], None),
+    ("ExpandVars: references to 1000 variables in a 1 MB text, less the text alone",
+     "references", [(n, n, "BM_ExpandVars/%d" % n) for n in (10**3, 10**4, 10**5)],
+     "BM_ExpandVarsNoReferences"),
+]
+
+# The cost of one reference in ExpandVars, (T(n) - T(0)) / n, where T(0) is the same 1 MB
+# text without references: (case, family, held to the limit?)
+PER_REFERENCE_BASELINE = "BM_ExpandVarsNoReferences"
+PER_REFERENCE_SIZES = (10**3, 10**4, 10**5)
+PER_REFERENCE_LIMIT = 1.2
+PER_REFERENCE = [
+    ("1000 variables, half set", "BM_ExpandVars", True),
+    ("100 variables, half set", "BM_ExpandVarsHundredNames", True),
+    ("every reference a different variable (none set)", "BM_ExpandVarsDistinctNames", False),
+]
+
+# Peak memory of reading a document file, written by `xml_bench --peak-memory` (one JSON
+# object a line) beside the results.
+MEMORY_FILE = "xml_peak_memory.jsonl"
+MEMORY_READERS = [("xmlelement", "XMLElement"), ("qdom", "QDomDocument"),
+                  ("pugixml", "pugixml"), ("raw", "raw QXmlStreamReader loop (keeps nothing)")]
+
 UNIT_NS = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}
+
+
+def benchmark_key(name):
+    """A benchmark's name with its numeric arguments only: Google Benchmark appends
+    settings such as "/min_time:2.000" or "/iterations:3", which the report ignores."""
+    parts = name.split("/")
+    return "/".join([parts[0]] + [part for part in parts[1:] if part.isdigit()])
 
 
 def load(results_dir):
@@ -93,13 +167,43 @@ def load(results_dir):
         for bench in data.get("benchmarks", []):
             if bench.get("run_type", "iteration") != "iteration" or bench.get("error_occurred"):
                 continue
-            key = bench["name"].split("/")[0] if "/" in bench["name"] and \
-                not bench["name"].split("/")[1].isdigit() else bench["name"]
+            key = benchmark_key(bench["name"])
             times[key] = bench["cpu_time"] * UNIT_NS[bench.get("time_unit", "ns")]
     # Each executable records when it started and the load average then.
     context["run_dates"] = sorted(dates)
     context["run_loads"] = loads
     return times, context
+
+
+def load_memory(results_dir):
+    """The peak-memory records of a run, by (reader, document size in MB); later lines win."""
+    records = {}
+    try:
+        with open(os.path.join(results_dir, MEMORY_FILE), encoding="utf-8") as handle:
+            for line in handle:
+                line = line.strip()
+                if not line:
+                    continue
+                try:
+                    record = json.loads(line)
+                except ValueError:
+                    continue
+                records[(record.get("reader"), record.get("document_mb"))] = record
+    except OSError:
+        pass
+    return records
+
+
+def names_of(benchmark):
+    return benchmark if isinstance(benchmark, tuple) else (benchmark,)
+
+
+def lookup(times, benchmark):
+    """The time of the first of the names of benchmark that the run has, or None."""
+    for name in names_of(benchmark):
+        if name in times:
+            return times[name]
+    return None
 
 
 def fmt(ns):
@@ -148,8 +252,9 @@ def qt_label(results_dir):
         return "Qt (unknown version)"
 
 
-def run_section(times, context, heading):
-    """The report of one run: context, the table against the peers, growth, misses."""
+def run_section(times, context, heading, memory=None):
+    """The report of one run: context, the table against the peers, growth, the cost per
+    reference, scale, memory, misses."""
     out = []
     if context["run_dates"]:
         out.append("- Date: run started %s" % context["run_dates"][0])
@@ -168,19 +273,20 @@ def run_section(times, context, heading):
     missing = []
     missed = []
     for workload, ours_name, peers, target, check in ROWS:
-        if ours_name not in times:
-            missing.append(ours_name)
+        ours = lookup(times, ours_name)
+        if ours is None:
+            missing.append(names_of(ours_name)[0])
             continue
-        ours = times[ours_name]
         peer_times = {}
         peer_cells, ratio_cells = [], []
         for label, peer_name in peers:
-            if peer_name not in times:
-                missing.append(peer_name)
+            peer = lookup(times, peer_name)
+            if peer is None:
+                missing.append(names_of(peer_name)[0])
                 continue
-            peer_times[label] = times[peer_name]
-            peer_cells.append("%s %s" % (label, fmt(times[peer_name])))
-            ratio_cells.append("%.2fx vs %s" % (ours / times[peer_name], label))
+            peer_times[label] = peer
+            peer_cells.append("%s %s" % (label, fmt(peer)))
+            ratio_cells.append("%.2fx vs %s" % (ours / peer, label))
         if target is None:
             met = "(no target)"
             target = "-"
@@ -214,6 +320,9 @@ def run_section(times, context, heading):
         out.append("|---|---|---|")
         out.extend(growth_lines)
         out.append("")
+    out.extend(per_reference_section(times, missing, missed))
+    out.extend(scale_section(times, missing, missed))
+    out.extend(memory_section(memory or {}))
     if missing:
         out.append("Not measured in this run: %s." % ", ".join(sorted(set(missing))))
         out.append("")
@@ -224,7 +333,8 @@ def run_section(times, context, heading):
         out.append("")
         subsystems = []
         for workload in missed:
-            subsystem = PROFILE_NOTES.get(workload.split(":")[0])
+            subsystem = next((folder for prefix, folder in PROFILE_NOTES.items()
+                              if workload.startswith(prefix)), None)
             if subsystem and subsystem not in subsystems:
                 subsystems.append(subsystem)
         for subsystem in subsystems:
@@ -237,6 +347,128 @@ def run_section(times, context, heading):
     return out
 
 
+def per_reference_section(times, missing, missed):
+    """The marginal cost of one ExpandVars reference at each size, and its growth."""
+    baseline = times.get(PER_REFERENCE_BASELINE)
+    if baseline is None:
+        if any("%s/%d" % (family, PER_REFERENCE_SIZES[0]) in times
+               for _, family, _ in PER_REFERENCE):
+            missing.append(PER_REFERENCE_BASELINE)
+        return []
+    low, high = PER_REFERENCE_SIZES[0], PER_REFERENCE_SIZES[-1]
+    out = ["ExpandVars, cost per reference: (T(n) - T(0)) / n, where T(0) = %s is the same "
+           "1 MB text without references." % fmt(baseline), ""]
+    out.append("| references to | %s | ratio 10^5 / 10^3 | target | met |" %
+               " | ".join("n = %d" % n for n in PER_REFERENCE_SIZES))
+    out.append("|---|%s---|---|---|" % ("---|" * len(PER_REFERENCE_SIZES)))
+    for case, family, held in PER_REFERENCE:
+        costs = {}
+        for n in PER_REFERENCE_SIZES:
+            name = "%s/%d" % (family, n)
+            if name in times:
+                costs[n] = (times[name] - baseline) / n
+            else:
+                missing.append(name)
+        cells = [fmt(costs[n]) if n in costs else "-" for n in PER_REFERENCE_SIZES]
+        target = "within %.1fx" % PER_REFERENCE_LIMIT if held else "-"
+        if low in costs and high in costs and costs[low] > 0:
+            ratio = costs[high] / costs[low]
+            ratio_cell = "%.2fx" % ratio
+            if not held:
+                met = "(no target)"
+            elif ratio <= PER_REFERENCE_LIMIT:
+                met = "yes"
+            else:
+                met = "**no**"
+                missed.append("ExpandVars: cost per reference, %s" % case)
+        else:
+            ratio_cell = "-"
+            met = "(no target)" if not held else "not measured"
+        out.append("| %s | %s | %s | %s | %s |" % (case, " | ".join(cells), ratio_cell, target,
+                                                   met))
+    out.append("")
+    return out
+
+
+def scale_section(times, missing, missed):
+    """The scale rows: each step's time ratio over its work ratio, held to SCALE_LIMIT."""
+    lines = []
+    for workload, unit, points, baseline_name in SCALE:
+        baseline = 0.0
+        if baseline_name is not None:
+            if baseline_name not in times:
+                missing.append(baseline_name)
+                continue
+            baseline = times[baseline_name]
+        measured = []
+        for size, work, name in points:
+            if name in times:
+                measured.append((size, work, times[name] - baseline))
+            else:
+                missing.append(name)
+        if len(measured) < len(points):
+            continue
+        first_size, first_work, first_time = measured[0]
+        steps = []
+        within = True
+        for size, work, elapsed in measured[1:]:
+            time_ratio = elapsed / first_time if first_time > 0 else float("inf")
+            work_ratio = work / first_work
+            of_linear = time_ratio / work_ratio
+            within = within and of_linear <= SCALE_LIMIT
+            shown = ("**%.2f**" if of_linear > SCALE_LIMIT else "%.2f") % of_linear
+            steps.append("%gx size: %.2fx time for %gx work = %s of linear" % (
+                size / first_size, time_ratio, work_ratio, shown))
+        if not within:
+            missed.append("%s (scale)" % workload)
+        lines.append("| %s | %s | %s | within %.1fx of linear | %s |" % (
+            workload, "<br>".join("%s %s: %s" % (size, unit, fmt(elapsed))
+                                  for size, _, elapsed in measured),
+            "<br>".join(steps), SCALE_LIMIT, "yes" if within else "**no**"))
+    if not lines:
+        return []
+    out = ["Scale: the work grown 10x and 100x.", "",
+           "| workload | times | growth | target | met |", "|---|---|---|---|---|"]
+    out.extend(lines)
+    out.append("")
+    return out
+
+
+def memory_section(records):
+    """Peak resident set of reading a document file and keeping the result."""
+    if not records:
+        return []
+    sizes = sorted({size for _, size in records if isinstance(size, int)})
+    out = ["Peak memory of reading a generated document file and keeping what was read, each "
+           "reader in a fresh process (`xml_bench --peak-memory`): peak resident set, and in "
+           "parentheses its growth over the process before the read, per MB of document.", ""]
+    out.append("| reader | %s |" % " | ".join("%d MB" % size for size in sizes))
+    out.append("|---|%s" % ("---|" * len(sizes)))
+    for reader, label in MEMORY_READERS:
+        if not any(key[0] == reader for key in records):
+            continue
+        cells = []
+        for size in sizes:
+            record = records.get((reader, size))
+            if record is None:
+                cells.append("-")
+            elif not record.get("ok"):
+                cells.append("failed (%s)" % (record.get("error") or "unknown"))
+            else:
+                cells.append("%.0f MB (%.1f MB/MB)" % (record["peak_rss_mb"],
+                                                      record["growth_per_document_mb"]))
+        out.append("| %s | %s |" % (label, " | ".join(cells)))
+    baselines = sorted("%.0f" % r["baseline_rss_mb"] for r in records.values()
+                       if r.get("ok") and r.get("baseline_rss_mb") is not None)
+    if baselines:
+        out.append("")
+        out.append("Resident set of a reader process before its read: %s MB. MB = 2^20 bytes."
+                   % (baselines[0] if baselines[0] == baselines[-1]
+                      else "%s to %s" % (baselines[0], baselines[-1])))
+    out.append("")
+    return out
+
+
 def comparison(runs):
     """Our time of every workload in each run, side by side, against the first run."""
     out = ["## Qt versions side by side", ""]
@@ -245,10 +477,11 @@ def comparison(runs):
     out.append("|---|%s---|" % ("---|" * len(labels)))
     first = runs[0][1]
     for workload, ours_name, _, _, _ in ROWS:
-        if not all(ours_name in times for _, times, _ in runs):
+        ours = [lookup(times, ours_name) for _, times, _ in runs]
+        if any(time is None for time in ours):
             continue
-        cells = [fmt(times[ours_name]) for _, times, _ in runs]
-        ratios = ["%.2fx" % (times[ours_name] / first[ours_name]) for _, times, _ in runs[1:]]
+        cells = [fmt(time) for time in ours]
+        ratios = ["%.2fx" % (time / lookup(first, ours_name)) for time in ours[1:]]
         out.append("| %s | %s | %s |" % (workload, " | ".join(cells), ", ".join(ratios)))
     out.append("")
     out.append("The ratio is the later run's time over the first's (%s)." % labels[0])
@@ -258,9 +491,12 @@ def comparison(runs):
 
 def main():
     runs = []
+    memories = {}
     for results_dir in sys.argv[1:]:
         times, context = load(results_dir)
-        runs.append((qt_label(results_dir), times, context))
+        label = qt_label(results_dir)
+        runs.append((label, times, context))
+        memories[label] = load_memory(results_dir)
     out = []
     out.append("# Benchmark results")
     out.append("")
@@ -272,7 +508,7 @@ def main():
     for label, times, context in runs:
         out.append("## %s" % label)
         out.append("")
-        out.extend(run_section(times, context, "###"))
+        out.extend(run_section(times, context, "###", memories.get(label)))
     print("\n".join(out))
 
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Growth of ExpandVars with the number of references in a text of fixed size (1 MB).
+// Growth of ExpandVars with the number of references in a text of fixed size (1 MB), and
+// the same text without references, the baseline of the cost per reference.
 #include <orrery/components.h>
 
 #include "expandvars_reference.h"
@@ -8,6 +9,7 @@
 
 #include <QString>
 
+#include <algorithm>
 #include <cstdlib>
 #include <string>
 
@@ -30,25 +32,45 @@ void setVariables() {
     done = true;
 }
 
-// A text of about 1 MB holding `references` references in all seven forms, to 1,000
-// different variables, spread evenly through plain filler text.
+// A text of 1 MB (kTextSize characters) holding `references` references in all seven
+// forms, to `distinct` different variables, spread evenly through plain filler text.
+// With no references it is the filler alone, the baseline of the cost per reference.
 QString makeText(int references, int distinct) {
     static const char* const forms[] = {"%%V%1%%", "%%V%1",  "$V%1",   "$(V%1)",
                                         "%%(V%1)", "${V%1}", "%%{V%1}"};
     QString text;
     text.reserve(kTextSize + 64);
-    const int gap = kTextSize / references;
-    for (int i = 0; i < references; ++i) {
-        QString reference = QString::fromLatin1(forms[i % 7]).arg(i % distinct);
-        reference.replace(QStringLiteral("%%"), QStringLiteral("%"));
+    const int pieces = std::max(references, 1);
+    const int gap = kTextSize / pieces;
+    for (int i = 0; i < pieces; ++i) {
+        QString reference;
+        if (i < references) {
+            reference = QString::fromLatin1(forms[i % 7]).arg(i % distinct);
+            reference.replace(QStringLiteral("%%"), QStringLiteral("%"));
+        }
         text += reference;
         // The filler keeps the text at its size and is no name character.
         const int filler = std::max(1, gap - static_cast<int>(reference.size()));
         text += QString(filler - 1, QLatin1Char('.'));
         text += QLatin1Char('/');
     }
+    // Every text has the same length, so that only the references differ from the filler.
+    if (text.size() < kTextSize) {
+        text += QString(kTextSize - static_cast<int>(text.size()), QLatin1Char('.'));
+    }
     return text;
 }
+
+// The filler text without any reference: T(0) in the cost per reference (T(n) - T(0)) / n.
+void BM_ExpandVarsNoReferences(benchmark::State& state) {
+    setVariables();
+    const QString text = makeText(0, 1);
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(Orrery::ExpandVars(text));
+    }
+    state.counters["text_chars"] = text.size();
+}
+BENCHMARK(BM_ExpandVarsNoReferences)->Unit(benchmark::kMillisecond);
 
 void BM_ExpandVars(benchmark::State& state) {
     setVariables();
@@ -68,6 +90,23 @@ BENCHMARK(BM_ExpandVars)
     ->Unit(benchmark::kMillisecond)
     ->Complexity();
 
+// References to 100 variables (V0 to V99, half of them set), so each name recurs often.
+void BM_ExpandVarsHundredNames(benchmark::State& state) {
+    setVariables();
+    const QString text = makeText(static_cast<int>(state.range(0)), 100);
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(Orrery::ExpandVars(text));
+    }
+    state.SetComplexityN(state.range(0));
+    state.counters["text_chars"] = text.size();
+}
+BENCHMARK(BM_ExpandVarsHundredNames)
+    ->Arg(1000)
+    ->Arg(10000)
+    ->Arg(100000)
+    ->Unit(benchmark::kMillisecond)
+    ->Complexity();
+
 // Every reference names its own variable (none of them set).
 void BM_ExpandVarsDistinctNames(benchmark::State& state) {
     setVariables();
@@ -77,6 +116,7 @@ void BM_ExpandVarsDistinctNames(benchmark::State& state) {
         benchmark::DoNotOptimize(Orrery::ExpandVars(text));
     }
     state.SetComplexityN(state.range(0));
+    state.counters["text_chars"] = text.size();
 }
 BENCHMARK(BM_ExpandVarsDistinctNames)
     ->Arg(1000)

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
-// Property tree at scale: a tree of 10^6 leaves (1000 containers x 1000 leaves) is
-// built, destroyed, cloned, walked by absolute path and asked for full paths; a
-// chain 100,000 containers deep is cloned, notified and destroyed.
+// Property tree at scale: trees of 10^4, 10^5 and 10^6 leaves (100 x 100, 1000 x 100 and
+// 1000 x 1000) are built, destroyed, cloned, walked by absolute path (10^6 paths at every
+// size) and asked for full paths, and a clone is destroyed; a chain 100,000 containers
+// deep is cloned, notified and destroyed.
+
+#include "tree_sizes.h"
 
 #include <orrery/property.h>
 
@@ -10,14 +13,17 @@
 #include <QString>
 #include <QVector>
 
+#include <map>
 #include <memory>
 
 using namespace Orrery;
 
 namespace {
 
-constexpr int kContainers = 1000;
-constexpr int kLeaves = 1000;
+using TreeSizes::nodesOf;
+using TreeSizes::Shape;
+using TreeSizes::shapeOf;
+
 constexpr int kChainDepth = 100000;
 
 QString containerName(int i) {
@@ -28,12 +34,13 @@ QString leafName(int j) {
     return QString(QLatin1Char('l') + QString::number(j));
 }
 
-PropertyObject* buildTree() {
+PropertyObject* buildTree(std::int64_t leaves) {
+    const Shape shape = shapeOf(leaves);
     auto* root = new PropertyObject(QStringLiteral("root"));
-    for (int i = 0; i < kContainers; ++i) {
+    for (int i = 0; i < shape.containers; ++i) {
         auto* container = new PropertyObject(containerName(i));
         root->InsertProperty(container);
-        for (int j = 0; j < kLeaves; ++j) {
+        for (int j = 0; j < shape.leaves; ++j) {
             container->InsertProperty(new SimpleProperty(leafName(j)));
         }
     }
@@ -51,64 +58,73 @@ PropertyObject* buildChain() {
     return root;
 }
 
-// One tree shared by the read-only benchmarks.
-PropertyObject& sharedTree() {
-    static std::unique_ptr<PropertyObject> tree(buildTree());
+// One tree per size, shared by the benchmarks that leave it unchanged.
+PropertyObject& sharedTree(std::int64_t leaves) {
+    static std::map<std::int64_t, std::unique_ptr<PropertyObject>> trees;
+    std::unique_ptr<PropertyObject>& tree = trees[leaves];
+    if (!tree) {
+        tree.reset(buildTree(leaves));
+    }
     return *tree;
 }
 
 void BM_BuildTree(benchmark::State& state) {
+    const std::int64_t leaves = state.range(0);
     for (auto _ : state) {
-        PropertyObject* root = buildTree();
+        PropertyObject* root = buildTree(leaves);
         benchmark::DoNotOptimize(root);
         state.PauseTiming();
         delete root;
         state.ResumeTiming();
     }
-    state.SetItemsProcessed(state.iterations() * kContainers * (kLeaves + 1));
+    state.SetItemsProcessed(state.iterations() * nodesOf(leaves));
 }
-BENCHMARK(BM_BuildTree)->Unit(benchmark::kMillisecond)->Iterations(3);
 
 void BM_DestroyTree(benchmark::State& state) {
+    const std::int64_t leaves = state.range(0);
     for (auto _ : state) {
         state.PauseTiming();
-        PropertyObject* root = buildTree();
+        PropertyObject* root = buildTree(leaves);
         state.ResumeTiming();
         delete root;
     }
-    state.SetItemsProcessed(state.iterations() * kContainers * (kLeaves + 1));
+    state.SetItemsProcessed(state.iterations() * nodesOf(leaves));
 }
-BENCHMARK(BM_DestroyTree)->Unit(benchmark::kMillisecond)->Iterations(3);
 
+// 10^6 lookups at every size: the tree's paths in a scattered order, cycled as needed.
 void BM_ResolveAbsolutePaths(benchmark::State& state) {
-    PropertyObject& root = sharedTree();
+    const std::int64_t leaves = state.range(0);
+    const Shape shape = shapeOf(leaves);
+    PropertyObject& root = sharedTree(leaves);
     QVector<QString> paths;
-    paths.reserve(kContainers * kLeaves);
-    for (int i = 0; i < kContainers; ++i) {
-        for (int j = 0; j < kLeaves; ++j) {
+    paths.reserve(static_cast<int>(leaves));
+    for (int i = 0; i < shape.containers; ++i) {
+        for (int j = 0; j < shape.leaves; ++j) {
             paths.append(QString(QLatin1Char('/') + containerName(i) + QLatin1Char('/') +
-                                 leafName((j * 7919 + i) % kLeaves)));
+                                 leafName((j * 7919 + i) % shape.leaves)));
         }
     }
+    const std::int64_t rounds = TreeSizes::kLookups / leaves;
     for (auto _ : state) {
-        int found = 0;
-        for (const QString& path : paths) {
-            found += root.ResolvePath(path) != nullptr ? 1 : 0;
+        std::int64_t found = 0;
+        for (std::int64_t round = 0; round < rounds; ++round) {
+            for (const QString& path : paths) {
+                found += root.ResolvePath(path) != nullptr ? 1 : 0;
+            }
         }
-        if (found != kContainers * kLeaves) {
+        if (found != TreeSizes::kLookups) {
             state.SkipWithError("a path did not resolve");
         }
     }
-    state.SetItemsProcessed(state.iterations() * paths.size());
+    state.SetItemsProcessed(state.iterations() * TreeSizes::kLookups);
 }
-BENCHMARK(BM_ResolveAbsolutePaths)->Unit(benchmark::kMillisecond)->Iterations(3);
 
 void BM_FullPaths(benchmark::State& state) {
-    PropertyObject& root = sharedTree();
+    PropertyObject& root = sharedTree(state.range(0));
     QList<AbstractProperty*> containers;
     root.GetPropertyList(&containers);
     QVector<AbstractProperty*> leaves;
-    leaves.reserve(kContainers * kLeaves);
+    leaves.reserve(static_cast<int>(state.range(0)));
     for (AbstractProperty* container : containers) {
         QList<AbstractProperty*> children;
         static_cast<PropertyObject*>(container)->GetPropertyList(&children);
@@ -125,10 +141,10 @@ void BM_FullPaths(benchmark::State& state) {
     }
     state.SetItemsProcessed(state.iterations() * leaves.size());
 }
-BENCHMARK(BM_FullPaths)->Unit(benchmark::kMillisecond)->Iterations(3);
 
 void BM_CloneTree(benchmark::State& state) {
-    PropertyObject& root = sharedTree();
+    const std::int64_t leaves = state.range(0);
+    PropertyObject& root = sharedTree(leaves);
     for (auto _ : state) {
         AbstractProperty* copy = root.Clone();
         benchmark::DoNotOptimize(copy);
@@ -136,9 +152,32 @@ void BM_CloneTree(benchmark::State& state) {
         delete copy;
         state.ResumeTiming();
     }
-    state.SetItemsProcessed(state.iterations() * kContainers * (kLeaves + 1));
+    state.SetItemsProcessed(state.iterations() * nodesOf(leaves));
 }
-BENCHMARK(BM_CloneTree)->Unit(benchmark::kMillisecond)->Iterations(3);
+
+// Destroying a clone rather than a tree built node by node: the clone's nodes were
+// allocated in another order, which the allocator sees when they are freed.
+void BM_DestroyClone(benchmark::State& state) {
+    const std::int64_t leaves = state.range(0);
+    PropertyObject& root = sharedTree(leaves);
+    for (auto _ : state) {
+        state.PauseTiming();
+        AbstractProperty* copy = root.Clone();
+        state.ResumeTiming();
+        delete copy;
+    }
+    state.SetItemsProcessed(state.iterations() * nodesOf(leaves));
+}
+
+using TreeSizes::registerPerSize;
+using TreeSizes::Work;
+[[maybe_unused]] const int registered =
+    registerPerSize("BM_BuildTree", BM_BuildTree, Work::PerNode) +
+    registerPerSize("BM_DestroyTree", BM_DestroyTree, Work::PerNode) +
+    registerPerSize("BM_ResolveAbsolutePaths", BM_ResolveAbsolutePaths, Work::Fixed) +
+    registerPerSize("BM_FullPaths", BM_FullPaths, Work::PerNode) +
+    registerPerSize("BM_CloneTree", BM_CloneTree, Work::PerNode) +
+    registerPerSize("BM_DestroyClone", BM_DestroyClone, Work::PerNode);
 
 void BM_DeepChainClone(benchmark::State& state) {
     std::unique_ptr<PropertyObject> chain(buildChain());
