@@ -7,6 +7,8 @@
 #include <QStringView>
 #include <QVector>
 
+#include <typeinfo>
+
 namespace Orrery {
 
 namespace Property {
@@ -36,6 +38,22 @@ QString GetRelativePath(const QString& from, const QString& to) {
 }
 
 }  // namespace Property
+
+namespace {
+
+// The node as a container, or null. A plain PropertyObject, the usual container, is
+// recognised by its exact type, which is cheaper than the general cast.
+const PropertyObject* asContainer(const AbstractProperty* node) {
+    if ((node->GetTypeFlags() & Property::TYPE_PROPERTY_OBJECT) == 0) {
+        return nullptr;
+    }
+    if (typeid(*node) == typeid(PropertyObject)) {
+        return static_cast<const PropertyObject*>(node);
+    }
+    return dynamic_cast<const PropertyObject*>(node);
+}
+
+}  // namespace
 
 QString AbstractProperty::GetFullPath() {
     // Climb once, then build from the top, so deep nodes cost no recursion.
@@ -87,15 +105,16 @@ const AbstractProperty* AbstractProperty::ResolvePath(const QString& path) const
         if (component == QLatin1String("..")) {
             node = node->parent;
         } else {
-            const auto* container = (node->GetTypeFlags() & Property::TYPE_PROPERTY_OBJECT) != 0
-                                        ? dynamic_cast<const PropertyObject*>(node)
-                                        : nullptr;
+            const PropertyObject* container = asContainer(node);
             if (container == nullptr) {
                 return nullptr;
             }
-            // The key shares the path's characters instead of copying them.
-            node = container->GetPropertyConstPtr(
-                QString::fromRawData(path.constData() + start, length));
+            // The key shares the path's characters instead of copying them, and one key
+            // serves every lookup of the thread: setRawData() repoints it without the
+            // allocation that fromRawData() makes for each new string.
+            static thread_local QString key;
+            key.setRawData(path.constData() + start, length);
+            node = container->GetPropertyConstPtr(key);
         }
         if (node == nullptr) {
             return nullptr;
