@@ -261,9 +261,32 @@ PropertyObject& PropertyObject::operator=(const PropertyObject& other) {
     AbstractProperty::operator=(other);
     if (t_recursion < kMaxRecursion) {
         RecursionLevel level;
+        // The copies come in name order, so each usually goes after the last child: then
+        // it is appended with one name comparison instead of a search for the name and
+        // another for the place. The checks are those of InsertProperty(), which takes
+        // every other case (and reports or throws as it does).
+        const auto appendCopy = [this](AbstractProperty* copy) {
+            if (copy == nullptr || copy == this || copy->parent != nullptr ||
+                copy->name.isEmpty()) {
+                return false;
+            }
+            if (!children.isEmpty() && !(children.lastKey() < copy->name)) {
+                return false;
+            }
+            // A copy that is the top of this container's tree would close a cycle.
+            if (GetRootProperty() == copy) {
+                return false;
+            }
+            children.insert(children.cend(), copy->name, copy);
+            copy->SetParent(this);
+            return true;
+        };
         // A plain loop over the map: this frame is repeated for every level of the copy.
         for (auto it = other.children.cbegin(); it != other.children.cend(); ++it) {
-            insertCopy(this, it.value()->Clone());
+            AbstractProperty* copy = it.value()->Clone();
+            if (!appendCopy(copy)) {
+                insertCopy(this, copy);
+            }
         }
     } else {
         copyChildrenInLoop(this, other);

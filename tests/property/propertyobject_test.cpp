@@ -679,6 +679,53 @@ TEST(PropertyObject, CopyConstructorOfASubclassSeesTheCopiedChildren) {
     EXPECT_EQ(copied->childrenWhenCopied, 2);
 }
 
+// A leaf that counts the instances alive.
+class CountedLeaf : public SimpleProperty {
+public:
+    explicit CountedLeaf(const QString& name) : SimpleProperty(name) { ++alive; }
+    ~CountedLeaf() override { --alive; }
+    static int alive;
+};
+int CountedLeaf::alive = 0;
+
+// A leaf whose copies all carry one given name, whatever the original's.
+class RenamingLeaf : public SimpleProperty {
+public:
+    RenamingLeaf(const QString& name, const QString& copyName)
+        : SimpleProperty(name), copyName_(copyName) {}
+
+protected:
+    AbstractProperty* DoClone() const override { return new CountedLeaf(copyName_); }
+
+private:
+    QString copyName_;
+};
+
+TEST(PropertyObject, CopiesOutOfNameOrderOrWithTakenNamesAreInsertedAsInsertPropertyDoes) {
+    PropertyObject source(S("source"));
+    ASSERT_EQ(source.InsertProperty(new RenamingLeaf(S("a"), S("m"))), RESULT_OK);
+    // Its copy sorts before the one already in the copy.
+    ASSERT_EQ(source.InsertProperty(new RenamingLeaf(S("b"), S("c"))), RESULT_OK);
+    // Its copy's name is taken: refused and freed.
+    ASSERT_EQ(source.InsertProperty(new RenamingLeaf(S("c"), S("m"))), RESULT_OK);
+    // Its copy has no name: refused and freed.
+    ASSERT_EQ(source.InsertProperty(new RenamingLeaf(S("d"), QString())), RESULT_OK);
+    // Its copy sorts after every other one.
+    ASSERT_EQ(source.InsertProperty(new RenamingLeaf(S("e"), S("z"))), RESULT_OK);
+
+    {
+        const PropertyObject copy(source);
+        EXPECT_EQ(childNames(copy), QStringList({S("c"), S("m"), S("z")}));
+        // The refused copies are freed, none replaced another.
+        EXPECT_EQ(CountedLeaf::alive, 3);
+        PropertyObject& c = const_cast<PropertyObject&>(copy);
+        for (const QString& name : childNames(copy)) {
+            EXPECT_EQ(c.GetPropertyPtr(name)->GetParent(), &c) << name.toStdString();
+        }
+    }
+    EXPECT_EQ(CountedLeaf::alive, 0);
+}
+
 TEST(PropertyObject, CopyHoldsClonesOfTheChildren) {
     PropertyObject source(S("source"));
     source.SetHidden(true);
