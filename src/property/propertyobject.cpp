@@ -264,27 +264,31 @@ PropertyObject& PropertyObject::operator=(const PropertyObject& other) {
         // The copies come in name order, so each usually goes after the last child: then
         // it is appended with one name comparison instead of a search for the name and
         // another for the place. The checks are those of InsertProperty(), which takes
-        // every other case (and reports or throws as it does).
-        const auto appendCopy = [this](AbstractProperty* copy) {
-            if (copy == nullptr || copy == this || copy->parent != nullptr ||
-                copy->name.isEmpty()) {
-                return false;
+        // every other case (and reports or throws as it does). Out of line, to keep this
+        // frame, which recurses, small.
+        struct Append {
+            static Q_NEVER_INLINE bool run(PropertyObject* target, AbstractProperty* copy) {
+                if (copy == nullptr || copy == target || copy->parent != nullptr ||
+                    copy->name.isEmpty()) {
+                    return false;
+                }
+                QMap<QString, AbstractProperty*>& map = target->children;
+                if (!map.isEmpty() && !(map.lastKey() < copy->name)) {
+                    return false;
+                }
+                // A copy that is the top of the target's tree would close a cycle.
+                if (target->GetRootProperty() == copy) {
+                    return false;
+                }
+                map.insert(map.cend(), copy->name, copy);
+                copy->SetParent(target);
+                return true;
             }
-            if (!children.isEmpty() && !(children.lastKey() < copy->name)) {
-                return false;
-            }
-            // A copy that is the top of this container's tree would close a cycle.
-            if (GetRootProperty() == copy) {
-                return false;
-            }
-            children.insert(children.cend(), copy->name, copy);
-            copy->SetParent(this);
-            return true;
         };
         // A plain loop over the map: this frame is repeated for every level of the copy.
         for (auto it = other.children.cbegin(); it != other.children.cend(); ++it) {
             AbstractProperty* copy = it.value()->Clone();
-            if (!appendCopy(copy)) {
+            if (!Append::run(this, copy)) {
                 insertCopy(this, copy);
             }
         }
