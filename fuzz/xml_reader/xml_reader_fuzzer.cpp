@@ -99,7 +99,10 @@ bool writesAsReadableXml(const XMLElement& root) {
         }
         const QMap<QString, QString>& attributes = element->GetAttributes();
         for (auto it = attributes.cbegin(); it != attributes.cend(); ++it) {
-            if (!isLocalName(it.key()) || !isXmlText(it.value())) {
+            // An attribute named "xmlns" (read from a prefixed one such as p:xmlns) is
+            // written as xmlns="...", which every reader takes for a namespace declaration.
+            if (!isLocalName(it.key()) || it.key() == QLatin1String("xmlns") ||
+                !isXmlText(it.value())) {
                 return false;
             }
         }
