@@ -43,12 +43,17 @@ done
 
 "$root/scripts/install-deps.sh"
 
+# dpkg's state of a package: empty when dpkg knows nothing of it.
+known_state() {
+    local status
+    status=$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null || true)
+    [ "$status" = not-installed ] || echo "$status"
+}
+
 for package in "${packages[@]}"; do
-    status=$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null || true)
-    case "$status" in
-        "" | not-installed) ;;
-        *) fail "$package is installed already ($status); remove it first: apt-get purge $package" ;;
-    esac
+    status=$(known_state "$package")
+    [ -z "$status" ] ||
+        fail "$package is installed already ($status); remove it first: apt-get purge $package"
 done
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/orrery-check-packages.XXXXXX")
@@ -140,11 +145,8 @@ DEBIAN_FRONTEND=noninteractive apt-get purge -y -o DPkg::Lock::Timeout=300 \
     fail "apt-get purge failed:"$'\n'"$(cat "$work/apt.log")"
 installed=no
 for package in "${packages[@]}"; do
-    status=$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null || true)
-    case "$status" in
-        "" | not-installed) ;;
-        *) fail "$package is still known to dpkg after its removal ($status)" ;;
-    esac
+    status=$(known_state "$package")
+    [ -z "$status" ] || fail "$package is still known to dpkg after its removal ($status)"
 done
 left=$(while IFS= read -r path; do
     if [ -d "$path" ] && [ ! -L "$path" ]; then
