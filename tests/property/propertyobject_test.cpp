@@ -726,6 +726,41 @@ TEST(PropertyObject, CopiesOutOfNameOrderOrWithTakenNamesAreInsertedAsInsertProp
     EXPECT_EQ(CountedLeaf::alive, 0);
 }
 
+TEST(PropertyObject, CopyOfPlainLeavesHoldsTheirClonesUnderTheirNames) {
+    PropertyObject source(S("source"));
+    ASSERT_EQ(source.SetProperty(S("b"), S("bee")), RESULT_OK);
+    ASSERT_EQ(source.SetProperty(S("d"), S("dee")), RESULT_OK);
+    ASSERT_EQ(source.SetPropertyRef(S("c"), source.GetPropertyPtr(S("b"))), RESULT_OK);
+    // A leaf given another name by assignment stays under its old key; its copy is
+    // inserted under the name it has now.
+    auto* renamed = static_cast<SimpleProperty*>(source.GetPropertyPtr(S("d")));
+    *renamed = SimpleProperty(S("a"));
+    ASSERT_TRUE(source.HasProperty(S("d")));
+    ASSERT_FALSE(source.HasProperty(S("a")));
+
+    const PropertyObject copy(source);
+    PropertyObject& c = const_cast<PropertyObject&>(copy);
+    EXPECT_EQ(childNames(copy), QStringList({S("a"), S("b"), S("c")}));
+    EXPECT_FALSE(c.HasProperty(S("d")));
+    for (const QString& name : childNames(copy)) {
+        EXPECT_TRUE(c.HasProperty(name)) << name.toStdString();
+        AbstractProperty* child = c.GetPropertyPtr(name);
+        EXPECT_EQ(child->GetName(), name);
+        EXPECT_EQ(child->GetParent(), &c) << name.toStdString();
+        EXPECT_NE(child, source.GetPropertyPtr(name));
+    }
+    QString text;
+    EXPECT_EQ(c.GetProperty(S("b"), &text), RESULT_OK);
+    EXPECT_EQ(text, S("bee"));
+    auto* reference = dynamic_cast<PropertyReference*>(c.GetPropertyPtr(S("c")));
+    ASSERT_NE(reference, nullptr);
+    EXPECT_EQ(reference->ReferencePath(), S("../b"));
+    EXPECT_EQ(reference->GetReferenceType(), PropertyReference::REFERENCE_INTERNAL);
+    // The source is untouched.
+    EXPECT_EQ(source.GetPropertyPtr(S("b"))->GetParent(), &source);
+    EXPECT_EQ(source.GetPropertyCount(), 3);
+}
+
 TEST(PropertyObject, CopyHoldsClonesOfTheChildren) {
     PropertyObject source(S("source"));
     source.SetHidden(true);
