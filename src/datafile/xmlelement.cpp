@@ -11,6 +11,8 @@
 #include <QXmlStreamReader>
 #include <QXmlStreamWriter>
 
+#include <algorithm>
+#include <cstddef>
 #include <utility>
 #include <vector>
 
@@ -107,31 +109,150 @@ void XMLElement::Clear() {
 
 namespace {
 
-// Element and attribute names repeat throughout a document. Recently seen names
-// are kept so that a repeated name shares the stored string instead of
-// allocating a new one.
-class NameCache {
+// A string of its own holding just `text`. Qt 5's QStringRef::toString() hands out the
+// reader's whole buffer when the text spans it, which keeps hundreds of bytes of
+// capacity alive for a few characters of element text.
+QString exactCopy(QStringView text) {
+    return text.toString();
+}
+
+// Element and attribute names, and many attribute values (units, kinds, flags), repeat
+// throughout a document. The strings read last are kept in a small table by a hash of
+// their text, so that a repeated one shares the stored string instead of allocating a
+// new one; a slot holds the last string that hashed to it.
+template <int kSlots>
+class StringCache {
+    static_assert((kSlots & (kSlots - 1)) == 0, "a power of two");
+
 public:
-    QString get(QStringView name) {
-        for (const QString& known : names_) {
-            if (name == known) {
-                return known;
-            }
+    // Non-empty texts only: an empty one has no storage to share.
+    QString get(QStringView text) {
+        QString& slot = slots_[hashOf(text) & (kSlots - 1)];
+        if (!equals(slot, text)) {
+            slot = text.toString();
         }
-        QString created = name.toString();
-        if (names_.size() < kCapacity) {
-            names_.push_back(created);
-        } else {
-            names_[next_] = created;
-            next_ = (next_ + 1) % kCapacity;
-        }
-        return created;
+        return slot;
     }
 
 private:
-    static constexpr std::size_t kCapacity = 32;
-    std::vector<QString> names_;
-    std::size_t next_ = 0;
+    static uint hashOf(QStringView text) {
+        uint h = uint(text.size());
+        for (const QChar c : text) {
+            h = h * 31u + c.unicode();
+        }
+        return h ^ (h >> 9);
+    }
+
+    static bool equals(const QString& known, QStringView text) {
+        return known.size() == text.size() &&
+               std::equal(text.begin(), text.end(), known.constData());
+    }
+
+    QString slots_[kSlots];
+};
+
+// Values longer than this are rarely repeated and are not looked up.
+constexpr int kMaxSharedValue = 32;
+
+// Whole attribute sets repeat too: an element whose attributes equal those of an element
+// read shortly before shares that element's map (maps are copied on write), instead of
+// allocating a map and a node per attribute. The sets are kept by a hash of their strings'
+// addresses: repeated names and values are mostly the same strings (above), and a set made
+// of other strings with the same text only misses the sharing.
+class AttributeSetCache {
+public:
+    // Fills the empty map `target` as inserting `attributes` one by one in their order would.
+    void read(QMap<QString, QString>& target, const QXmlStreamAttributes& attributes,
+              StringCache<64>& names, StringCache<256>& values) {
+        read_.clear();
+        for (const QXmlStreamAttribute& attribute : attributes) {
+            const auto value = attribute.value();
+            read_.push_back(Attribute{names.get(attribute.name()),
+                                      value.isEmpty() || value.size() > kMaxSharedValue
+                                          ? exactCopy(value)
+                                          : values.get(value)});
+        }
+        if (read_.empty()) {
+            return;
+        }
+        sortByName();
+        quintptr hash = read_.size();
+        for (const Attribute& attribute : read_) {
+            hash = (hash * 1000003u) ^ quintptr(attribute.name.constData());
+            hash = (hash * 1000003u) ^ quintptr(attribute.value.constData());
+        }
+        Entry& entry = entries_[(hash ^ (hash >> 17) ^ (hash >> 31)) & (kSlots - 1)];
+        if (entry.hash != hash || !sameAsRead(entry.map)) {
+            QMap<QString, QString> map;
+            for (const Attribute& attribute : read_) {
+                map.insert(map.cend(), attribute.name, attribute.value);
+            }
+            entry.hash = hash;
+            entry.map = map;
+        }
+        target = entry.map;
+    }
+
+private:
+    struct Attribute {
+        QString name;
+        QString value;
+    };
+    struct Entry {
+        quintptr hash = 0;
+        QMap<QString, QString> map;
+    };
+    static constexpr int kSlots = 64;
+
+    // Sorts by name, keeping the reading order among equal names, then keeps one attribute
+    // per name with the value read last, as the map's insert() would.
+    void sortByName() {
+        for (std::size_t i = 1; i < read_.size(); ++i) {
+            Attribute moving = std::move(read_[i]);
+            std::size_t j = i;
+            for (; j > 0 && moving.name < read_[j - 1].name; --j) {
+                read_[j] = std::move(read_[j - 1]);
+            }
+            read_[j] = std::move(moving);
+        }
+        std::size_t kept = 0;
+        for (std::size_t i = 0; i < read_.size(); ++i) {
+            if (kept > 0 && read_[kept - 1].name == read_[i].name) {
+                read_[kept - 1].value = read_[i].value;
+            } else {
+                if (kept != i) {
+                    read_[kept] = std::move(read_[i]);
+                }
+                ++kept;
+            }
+        }
+        read_.resize(kept);
+    }
+
+    bool sameAsRead(const QMap<QString, QString>& map) const {
+        if (std::size_t(map.size()) != read_.size()) {
+            return false;
+        }
+        auto it = map.cbegin();
+        for (const Attribute& attribute : read_) {
+            if (!same(it.key(), attribute.name) || !same(it.value(), attribute.value)) {
+                return false;
+            }
+            ++it;
+        }
+        return true;
+    }
+
+    static bool same(const QString& a, const QString& b) { return a.isSharedWith(b) || a == b; }
+
+    std::vector<Attribute> read_;
+    Entry entries_[kSlots];
+};
+
+struct ReadStrings {
+    StringCache<64> names;
+    StringCache<256> values;
+    AttributeSetCache attributeSets;
 };
 
 // White space as the XML reader knows it: space, tab, carriage return and line feed.
@@ -148,11 +269,16 @@ bool isWhiteSpaceOnly(QStringView text) {
 }
 
 // Every attribute of the reader's list is taken by its local name, as the reader gives it.
-void takeStartTag(XMLElement& element, QXmlStreamReader& reader, NameCache& names) {
-    element.SetName(names.get(reader.name()));
+void takeStartTag(XMLElement& element, QXmlStreamReader& reader, ReadStrings& strings) {
+    element.SetName(strings.names.get(reader.name()));
     const QXmlStreamAttributes attributes = reader.attributes();
+    if (element.GetAttributes().isEmpty()) {
+        strings.attributeSets.read(element.GetAttributes(), attributes, strings.names,
+                                   strings.values);
+        return;
+    }
     for (const QXmlStreamAttribute& attribute : attributes) {
-        element.SetAttribute(names.get(attribute.name()), attribute.value().toString());
+        element.SetAttribute(strings.names.get(attribute.name()), exactCopy(attribute.value()));
     }
 }
 
@@ -162,35 +288,64 @@ ERESULT XMLElement::ParseElement(QXmlStreamReader& reader) {
     if (!reader.isStartElement()) {
         return RESULT_INVALID_ARGUMENT;
     }
-    NameCache names;
-    takeStartTag(*this, reader, names);
+    ReadStrings strings;
+    takeStartTag(*this, reader, strings);
+    // The children of the open elements are collected in one buffer, each element's after
+    // those of its ancestors, and go into its child list in one allocation when its end
+    // tag comes (or the reading stops), instead of growing every list step by step.
+    struct Open {
+        XMLElement* element;
+        std::size_t firstChild;
+    };
+    std::vector<XMLElement*> pendingChildren;
     // The elements whose end tag is still to come, innermost last.
-    std::vector<XMLElement*> open{this};
-    while (!open.empty()) {
-        if (reader.atEnd() || reader.hasError()) {
-            return RESULT_OK;
+    std::vector<Open> open{{this, 0}};
+    const auto close = [&pendingChildren, &open] {
+        const Open& innermost = open.back();
+        QList<XMLElement*>& list = innermost.element->children;
+        const auto first = pendingChildren.cbegin() + std::ptrdiff_t(innermost.firstChild);
+        list.reserve(list.size() + int(pendingChildren.cend() - first));
+        for (auto it = first; it != pendingChildren.cend(); ++it) {
+            list.append(*it);
         }
-        switch (reader.readNext()) {
-            case QXmlStreamReader::Characters:
-                if (!isWhiteSpaceOnly(reader.text())) {
-                    // The last non-whitespace piece wins.
-                    open.back()->content = reader.text().toString();
+        pendingChildren.resize(innermost.firstChild);
+        open.pop_back();
+    };
+    try {
+        while (!open.empty() && !reader.atEnd() && !reader.hasError()) {
+            switch (reader.readNext()) {
+                case QXmlStreamReader::Characters:
+                    if (!isWhiteSpaceOnly(reader.text())) {
+                        // The last non-whitespace piece wins.
+                        open.back().element->content = exactCopy(reader.text());
+                    }
+                    break;
+                case QXmlStreamReader::StartElement: {
+                    auto* child = new XMLElement;
+                    pendingChildren.push_back(child);
+                    takeStartTag(*child, reader, strings);
+                    open.push_back(Open{child, pendingChildren.size()});
+                    break;
                 }
-                break;
-            case QXmlStreamReader::StartElement: {
-                auto* child = new XMLElement;
-                open.back()->children.append(child);
-                takeStartTag(*child, reader, names);
-                open.push_back(child);
-                break;
+                case QXmlStreamReader::EndElement:
+                    close();
+                    break;
+                default:
+                    // Comments, processing instructions, DTDs and entity references are
+                    // skipped.
+                    break;
             }
-            case QXmlStreamReader::EndElement:
-                open.pop_back();
-                break;
-            default:
-                // Comments, processing instructions, DTDs and entity references are skipped.
-                break;
         }
+    } catch (...) {
+        // Out of memory: what was read goes into the tree, which frees it.
+        while (!open.empty()) {
+            close();
+        }
+        throw;
+    }
+    // When the reading stopped early, what was read so far stays in the tree.
+    while (!open.empty()) {
+        close();
     }
     return RESULT_OK;
 }

@@ -300,6 +300,101 @@ TEST(XMLElement, MalformedInputReturnsInvalidArgumentAndKeepsThePartRead) {
               Orrery::RESULT_INVALID_ARGUMENT);
 }
 
+TEST(XMLElement, StoppedReadingKeepsEveryOpenElementsChildrenInOrder) {
+    XMLElement root;
+    EXPECT_EQ(readFromString(root, QStringLiteral("<r><a><b/><c>t</c><d><e/><f")),
+              Orrery::RESULT_INVALID_ARGUMENT);
+    ASSERT_EQ(root.GetChildElements().size(), 1);
+    const XMLElement& a = *root.GetChildElements().at(0);
+    ASSERT_EQ(a.GetChildElements().size(), 3);
+    EXPECT_EQ(a.GetChildElements().at(0)->GetName(), QStringLiteral("b"));
+    EXPECT_EQ(a.GetChildElements().at(1)->GetContent(), QStringLiteral("t"));
+    const XMLElement& d = *a.GetChildElements().at(2);
+    EXPECT_EQ(d.GetName(), QStringLiteral("d"));
+    ASSERT_EQ(d.GetChildElements().size(), 1);
+    EXPECT_EQ(d.GetChildElements().at(0)->GetName(), QStringLiteral("e"));
+}
+
+TEST(XMLElement, RepeatedAndDistinctNamesAndValuesAreReadAsWritten) {
+    // Many distinct names and values beside repeated ones, short and long, so that
+    // strings read earlier are met again and others take their places.
+    const auto valueOf = [](int i, int kind) -> QString {
+        switch (kind) {
+            case 0:
+                return QStringLiteral("Ohm%1").arg(i % 5);
+            case 1:
+                return QStringLiteral("v%1").arg(i);
+            case 2:
+                return QString(40, QLatin1Char('x')) + QString::number(i % 3);
+            default:
+                return QString();
+        }
+    };
+    QString text = QStringLiteral("<r>");
+    for (int i = 0; i < 3000; ++i) {
+        text += QStringLiteral("<e%1 u=\"%2\" id=\"%3\" long=\"%4\" empty=\"\" a%5=\"%2\">")
+                    .arg(i % 97)
+                    .arg(valueOf(i, 0), valueOf(i, 1), valueOf(i, 2))
+                    .arg(i % 89);
+        text += QStringLiteral("<c>%1</c></e%2>").arg(i).arg(i % 97);
+    }
+    text += QStringLiteral("</r>");
+
+    XMLElement root;
+    ASSERT_EQ(readFromString(root, text), Orrery::RESULT_OK);
+    ASSERT_EQ(root.GetChildElements().size(), 3000);
+    for (int i = 0; i < 3000; ++i) {
+        const XMLElement& e = *root.GetChildElements().at(i);
+        EXPECT_EQ(e.GetName(), QStringLiteral("e%1").arg(i % 97));
+        QMap<QString, QString> expected;
+        expected.insert(QStringLiteral("u"), valueOf(i, 0));
+        expected.insert(QStringLiteral("id"), valueOf(i, 1));
+        expected.insert(QStringLiteral("long"), valueOf(i, 2));
+        expected.insert(QStringLiteral("empty"), QString());
+        expected.insert(QStringLiteral("a%1").arg(i % 89), valueOf(i, 0));
+        EXPECT_EQ(e.GetAttributes(), expected) << i;
+        EXPECT_FALSE(
+            e.GetAttributes().value(QStringLiteral("empty"), QStringLiteral("-")).isNull());
+        ASSERT_EQ(e.GetChildElements().size(), 1);
+        EXPECT_EQ(e.GetChildElements().at(0)->GetContent(), QString::number(i));
+    }
+}
+
+TEST(XMLElement, ElementsWithEqualAttributesHaveMapsOfTheirOwn) {
+    XMLElement root;
+    ASSERT_EQ(readFromString(root, QStringLiteral("<r><a u=\"Ohm\" k=\"x\"/><b k=\"x\" "
+                                                  "u=\"Ohm\"/><a u=\"Ohm\" k=\"x\"/></r>")),
+              Orrery::RESULT_OK);
+    ASSERT_EQ(root.GetChildElements().size(), 3);
+    XMLElement& first = *root.GetChildElements().at(0);
+    first.GetAttributes().insert(QStringLiteral("u"), QStringLiteral("mm"));
+    first.SetAttribute(QStringLiteral("n"), QStringLiteral("1"));
+    QMap<QString, QString> read;
+    read.insert(QStringLiteral("k"), QStringLiteral("x"));
+    read.insert(QStringLiteral("u"), QStringLiteral("Ohm"));
+    EXPECT_EQ(root.GetChildElements().at(1)->GetAttributes(), read);
+    EXPECT_EQ(root.GetChildElements().at(2)->GetAttributes(), read);
+    EXPECT_EQ(first.GetAttributes().size(), 3);
+    EXPECT_EQ(first.GetAttributes().value(QStringLiteral("u")), QStringLiteral("mm"));
+}
+
+TEST(XMLElement, AttributesWithTheSameLocalNameKeepTheValueReadLast) {
+    XMLElement root;
+    ASSERT_EQ(readFromString(root, QStringLiteral("<r xmlns:p=\"urn:p\" xmlns:q=\"urn:q\">"
+                                                  "<e q:a=\"2\" p:a=\"1\" b=\"3\"/>"
+                                                  "<e p:a=\"1\" q:a=\"2\" b=\"3\"/>"
+                                                  "<e q:a=\"2\" p:a=\"1\" b=\"3\"/></r>")),
+              Orrery::RESULT_OK);
+    ASSERT_EQ(root.GetChildElements().size(), 3);
+    const QStringList expected = {QStringLiteral("1"), QStringLiteral("2"), QStringLiteral("1")};
+    for (int i = 0; i < 3; ++i) {
+        const QMap<QString, QString>& attributes = root.GetChildElements().at(i)->GetAttributes();
+        EXPECT_EQ(attributes.size(), 2) << i;
+        EXPECT_EQ(attributes.value(QStringLiteral("a")), expected.at(i)) << i;
+        EXPECT_EQ(attributes.value(QStringLiteral("b")), QStringLiteral("3")) << i;
+    }
+}
+
 TEST(XMLElement, StreamReadingStartsAtTheReadersPosition) {
     QXmlStreamReader reader(QStringLiteral("<outer><inner k=\"v\"/></outer>"));
     reader.readNext();  // start document
