@@ -395,6 +395,30 @@ TEST(XMLElement, AttributesWithTheSameLocalNameKeepTheValueReadLast) {
     }
 }
 
+TEST(XMLElement, ReadStringsHoldLittleMoreThanTheirCharacters) {
+    // Short texts read after long ones, so that the reader's own buffers are larger.
+    QString text = QStringLiteral("<r a=\"%1\">").arg(QString(300, QLatin1Char('v')));
+    for (int i = 0; i < 20; ++i) {
+        text += QStringLiteral("<e>%1</e><f k=\"%2\"/>")
+                    .arg(QString(200 - i * 10, QLatin1Char('t')))
+                    .arg(QString(i * 3, QLatin1Char('w')));
+        text += QStringLiteral("<g>%1</g>").arg(i);
+    }
+    text += QStringLiteral("</r>");
+    XMLElement root;
+    ASSERT_EQ(readFromString(root, text), Orrery::RESULT_OK);
+    ASSERT_EQ(root.GetChildElements().size(), 60);
+    const auto tight = [](const QString& s) { return s.capacity() <= s.size() + 8; };
+    EXPECT_TRUE(tight(root.GetAttributes().value(QStringLiteral("a"))));
+    for (const XMLElement* child : root.GetChildElements()) {
+        EXPECT_TRUE(tight(child->GetContent()))
+            << child->GetContent().size() << " " << child->GetContent().capacity();
+        for (const QString& value : child->GetAttributes()) {
+            EXPECT_TRUE(tight(value)) << value.size() << " " << value.capacity();
+        }
+    }
+}
+
 TEST(XMLElement, StreamReadingStartsAtTheReadersPosition) {
     QXmlStreamReader reader(QStringLiteral("<outer><inner k=\"v\"/></outer>"));
     reader.readNext();  // start document
