@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstring>
 #include <utility>
 #include <vector>
 
@@ -88,19 +89,30 @@ void XMLElement::AddChildElement(XMLElement* child) {
 
 void XMLElement::Clear() {
     attributes = QMap<QString, QString>();
-    // Delete the subtree without recursion: each element's own children are
-    // taken over before it is deleted, so its destructor finds nothing to do.
-    std::vector<XMLElement*> pending(children.begin(), children.end());
-    children.clear();
-    while (!pending.empty()) {
-        XMLElement* element = pending.back();
-        pending.pop_back();
+    // Delete the subtree without recursion: each element's own children are taken over
+    // before it is deleted, so its destructor finds nothing to do. The lists are taken
+    // whole and consumed from their ends (each child before its own children, the last
+    // child first), so no list of the whole tree is ever built.
+    std::vector<std::pair<QList<XMLElement*>, int>> lists;
+    lists.emplace_back(QList<XMLElement*>(), children.size());
+    lists.back().first.swap(children);
+    while (!lists.empty()) {
+        auto& [list, left] = lists.back();
+        if (left == 0) {
+            lists.pop_back();
+            continue;
+        }
+        XMLElement* element = list.at(--left);
         if (element == nullptr) {
             continue;
         }
-        pending.insert(pending.end(), element->children.begin(), element->children.end());
-        element->children.clear();
+        QList<XMLElement*> grandchildren;
+        grandchildren.swap(element->children);
         delete element;
+        if (!grandchildren.isEmpty()) {
+            const int count = grandchildren.size();
+            lists.emplace_back(std::move(grandchildren), count);
+        }
     }
     name.clear();
     content.clear();
@@ -116,8 +128,32 @@ QString exactCopy(QStringView text) {
     return text.toString();
 }
 
+// A hash of the length and of five characters at fixed places: cheap, and enough to tell
+// apart the names and short values of a document, which mostly differ at their ends.
+uint textHash(QStringView text) {
+    const qsizetype size = text.size();
+    uint h = uint(size) * 0x9e3779b1u;
+    if (size == 0) {
+        return h;
+    }
+    const auto at = [text](qsizetype i) { return uint(text[i].unicode()); };
+    h = (h ^ at(0)) * 31u;
+    h = (h ^ at(size - 1)) * 31u;
+    h = (h ^ at(size / 2)) * 31u;
+    if (size > 2) {
+        h = (h ^ at(1)) * 31u;
+        h = (h ^ at(size - 2)) * 31u;
+    }
+    return h ^ (h >> 11);
+}
+
+bool sameText(const QString& known, QStringView text) {
+    return known.size() == text.size() &&
+           std::memcmp(known.constData(), text.data(), std::size_t(text.size()) * 2) == 0;
+}
+
 // Element and attribute names, and many attribute values (units, kinds, flags), repeat
-// throughout a document. The strings read last are kept in a small table by a hash of
+// throughout a document. The strings read last are kept in a small table by the hash of
 // their text, so that a repeated one shares the stored string instead of allocating a
 // new one; a slot holds the last string that hashed to it.
 template <int kSlots>
@@ -125,69 +161,53 @@ class StringCache {
     static_assert((kSlots & (kSlots - 1)) == 0, "a power of two");
 
 public:
-    // Non-empty texts only: an empty one has no storage to share.
-    QString get(QStringView text) {
-        QString& slot = slots_[hashOf(text) & (kSlots - 1)];
-        if (!equals(slot, text)) {
+    // Non-empty texts only: an empty one has no storage to share. The reference holds until
+    // the next call.
+    const QString& get(QStringView text) {
+        QString& slot = slots_[textHash(text) & (kSlots - 1)];
+        if (!sameText(slot, text)) {
             slot = text.toString();
         }
         return slot;
     }
 
 private:
-    static uint hashOf(QStringView text) {
-        uint h = uint(text.size());
-        for (const QChar c : text) {
-            h = h * 31u + c.unicode();
-        }
-        return h ^ (h >> 9);
-    }
-
-    static bool equals(const QString& known, QStringView text) {
-        return known.size() == text.size() &&
-               std::equal(text.begin(), text.end(), known.constData());
-    }
-
     QString slots_[kSlots];
 };
 
 // Values longer than this are rarely repeated and are not looked up.
 constexpr int kMaxSharedValue = 32;
 
-// Whole attribute sets repeat too: an element whose attributes equal those of an element
-// read shortly before shares that element's map (maps are copied on write), instead of
-// allocating a map and a node per attribute. The sets are kept by a hash of their strings'
-// addresses: repeated names and values are mostly the same strings (above), and a set made
-// of other strings with the same text only misses the sharing.
+// Whole attribute sets repeat too: an element whose attributes have the texts of those of
+// an element read shortly before, in the same order, shares that element's map (maps are
+// copied on write) instead of allocating a map and a node per attribute. The sets are kept
+// by a hash of their texts; a slot holds the last set that hashed to it.
 class AttributeSetCache {
 public:
     // Fills the empty map `target` as inserting `attributes` one by one in their order would.
     void read(QMap<QString, QString>& target, const QXmlStreamAttributes& attributes,
               StringCache<64>& names, StringCache<256>& values) {
-        read_.clear();
-        for (const QXmlStreamAttribute& attribute : attributes) {
-            const auto value = attribute.value();
-            read_.push_back(Attribute{names.get(attribute.name()),
-                                      value.isEmpty() || value.size() > kMaxSharedValue
-                                          ? exactCopy(value)
-                                          : values.get(value)});
-        }
-        if (read_.empty()) {
+        if (attributes.isEmpty()) {
             return;
         }
-        sortByName();
-        quintptr hash = read_.size();
-        for (const Attribute& attribute : read_) {
-            hash = (hash * 1000003u) ^ quintptr(attribute.name.constData());
-            hash = (hash * 1000003u) ^ quintptr(attribute.value.constData());
+        uint hash = uint(attributes.size());
+        for (const QXmlStreamAttribute& attribute : attributes) {
+            hash = (hash * 1000003u) ^ textHash(attribute.name());
+            hash = (hash * 1000003u) ^ textHash(attribute.value());
         }
-        Entry& entry = entries_[(hash ^ (hash >> 17) ^ (hash >> 31)) & (kSlots - 1)];
-        if (entry.hash != hash || !sameAsRead(entry.map)) {
-            QMap<QString, QString> map;
-            for (const Attribute& attribute : read_) {
-                map.insert(map.cend(), attribute.name, attribute.value);
-            }
+        Entry& entry = entries_[(hash ^ (hash >> 15)) & (kSlots - 1)];
+        if (entry.hash != hash || !entry.holds(attributes)) {
             entry.hash = hash;
+            entry.read.clear();
+            QMap<QString, QString> map;
+            for (const QXmlStreamAttribute& attribute : attributes) {
+                const auto value = attribute.value();
+                entry.read.push_back(Attribute{names.get(attribute.name()),
+                                               value.isEmpty() || value.size() > kMaxSharedValue
+                                                   ? exactCopy(value)
+                                                   : values.get(value)});
+                map.insert(entry.read.back().name, entry.read.back().value);
+            }
             entry.map = map;
         }
         target = entry.map;
@@ -199,53 +219,28 @@ private:
         QString value;
     };
     struct Entry {
-        quintptr hash = 0;
+        uint hash = 0;
+        // The attributes in reading order.
+        std::vector<Attribute> read;
         QMap<QString, QString> map;
+
+        bool holds(const QXmlStreamAttributes& attributes) const {
+            if (read.size() != std::size_t(attributes.size())) {
+                return false;
+            }
+            auto it = read.cbegin();
+            for (const QXmlStreamAttribute& attribute : attributes) {
+                if (!sameText(it->name, attribute.name()) ||
+                    !sameText(it->value, attribute.value())) {
+                    return false;
+                }
+                ++it;
+            }
+            return true;
+        }
     };
     static constexpr int kSlots = 64;
 
-    // Sorts by name, keeping the reading order among equal names, then keeps one attribute
-    // per name with the value read last, as the map's insert() would.
-    void sortByName() {
-        for (std::size_t i = 1; i < read_.size(); ++i) {
-            Attribute moving = std::move(read_[i]);
-            std::size_t j = i;
-            for (; j > 0 && moving.name < read_[j - 1].name; --j) {
-                read_[j] = std::move(read_[j - 1]);
-            }
-            read_[j] = std::move(moving);
-        }
-        std::size_t kept = 0;
-        for (std::size_t i = 0; i < read_.size(); ++i) {
-            if (kept > 0 && read_[kept - 1].name == read_[i].name) {
-                read_[kept - 1].value = read_[i].value;
-            } else {
-                if (kept != i) {
-                    read_[kept] = std::move(read_[i]);
-                }
-                ++kept;
-            }
-        }
-        read_.resize(kept);
-    }
-
-    bool sameAsRead(const QMap<QString, QString>& map) const {
-        if (std::size_t(map.size()) != read_.size()) {
-            return false;
-        }
-        auto it = map.cbegin();
-        for (const Attribute& attribute : read_) {
-            if (!same(it.key(), attribute.name) || !same(it.value(), attribute.value)) {
-                return false;
-            }
-            ++it;
-        }
-        return true;
-    }
-
-    static bool same(const QString& a, const QString& b) { return a.isSharedWith(b) || a == b; }
-
-    std::vector<Attribute> read_;
     Entry entries_[kSlots];
 };
 
