@@ -94,8 +94,10 @@ void XMLElement::Clear() {
     // whole and consumed from their ends (each child before its own children, the last
     // child first), so no list of the whole tree is ever built.
     std::vector<std::pair<QList<XMLElement*>, int>> lists;
-    lists.emplace_back(QList<XMLElement*>(), children.size());
-    lists.back().first.swap(children);
+    if (!children.isEmpty()) {
+        lists.emplace_back(QList<XMLElement*>(), children.size());
+        lists.back().first.swap(children);
+    }
     while (!lists.empty()) {
         auto& [list, left] = lists.back();
         if (left == 0) {
