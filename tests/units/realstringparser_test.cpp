@@ -9,6 +9,8 @@
 
 #include <climits>
 #include <cmath>
+#include <cstdint>
+#include <cstring>
 
 using Orrery::RealStringParser;
 using Orrery::UnitsTestAccess;
@@ -560,4 +562,46 @@ TEST(RealStringParser, ClearResetsEveryField) {
     RealStringParser p(q("-4.7k"));
     UnitsTestAccess::clear(p);
     EXPECT_TRUE(UnitsTestAccess::equal(p, RealStringParser()));
+}
+
+TEST(RealStringParser, ValueAsDoubleConvertsAsQStringToDoubleDoes) {
+    // Mantissas short and long (beyond what a double holds), exponents across and beyond
+    // the range of a double (subnormals, overflow), both formats and shifted exponents.
+    std::uint64_t state = 0x9e3779b97f4a7c15u;
+    const auto next = [&state] {
+        state ^= state << 13;
+        state ^= state >> 7;
+        state ^= state << 17;
+        return state;
+    };
+    int checked = 0;
+    for (int i = 0; i < 20000; ++i) {
+        QString text;
+        if (next() % 3 == 0) {
+            text += QLatin1Char('-');
+        }
+        const int digits = 1 + int(next() % (i % 5 == 0 ? 40 : 17));
+        for (int d = 0; d < digits; ++d) {
+            text += QLatin1Char(char('0' + next() % 10));
+            if (d == 0 && next() % 2 == 0) {
+                text += QLatin1Char('.');
+            }
+        }
+        const int exponent = int(next() % 700) - 350;
+        text += QLatin1Char('e') + QString::number(exponent);
+        const RealStringParser parser(text);
+        for (const auto format : {Scientific, Engineering}) {
+            for (const int offset : {0, 3, -7}) {
+                bool ok = false;
+                bool expectedOk = false;
+                const double value = UnitsTestAccess::valueAsDouble(parser, format, offset, &ok);
+                const double expected = parser.value(format, offset).toDouble(&expectedOk);
+                ASSERT_EQ(ok, expectedOk) << text.toStdString() << " " << offset;
+                ASSERT_EQ(std::memcmp(&value, &expected, sizeof value), 0)
+                    << text.toStdString() << " " << offset << ": " << value << " vs " << expected;
+                ++checked;
+            }
+        }
+    }
+    EXPECT_EQ(checked, 120000);
 }

@@ -54,6 +54,10 @@ struct UnitsTestAccess {
     static void deleteLeadingZerosInRight(RealStringParser& p) { p.deleteLeadingZerosInRight(); }
     static void adjustExponent(RealStringParser& p, int e) { p.adjustExponent(e); }
     static void valueToReal(RealStringParser& p) { p.valueToReal(); }
+    static double valueAsDouble(const RealStringParser& p, RealStringParser::RealStringFormat f,
+                                long long exponentOffset, bool* ok) {
+        return p.valueAsDouble(f, exponentOffset, ok);
+    }
     static void clear(RealStringParser& p) { p.clear(); }
     static bool equal(const RealStringParser& a, const RealStringParser& b) { return a == b; }
 
