@@ -11,7 +11,6 @@
 #include <QXmlStreamReader>
 #include <QXmlStreamWriter>
 
-#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <utility>
