@@ -12,6 +12,7 @@ import datetime
 import json
 import os
 import platform
+import statistics
 import sys
 
 # A benchmark is named by its name with its numeric arguments ("BM_BuildTree/100000"), or
@@ -155,7 +156,7 @@ def benchmark_key(name):
 
 
 def load(results_dir):
-    times = {}
+    samples = {}
     context = {}
     dates = []
     loads = []
@@ -173,7 +174,11 @@ def load(results_dir):
             if bench.get("run_type", "iteration") != "iteration" or bench.get("error_occurred"):
                 continue
             key = benchmark_key(bench["name"])
-            times[key] = bench["cpu_time"] * UNIT_NS[bench.get("time_unit", "ns")]
+            samples.setdefault(key, []).append(
+                bench["cpu_time"] * UNIT_NS[bench.get("time_unit", "ns")])
+    # A benchmark run several times (--benchmark_repetitions) counts with its median.
+    times = {key: statistics.median(values) for key, values in samples.items()}
+    context["repetitions"] = max((len(values) for values in samples.values()), default=1)
     # Each executable records when it started and the load average then.
     context["run_dates"] = sorted(dates)
     context["run_loads"] = loads
@@ -271,7 +276,10 @@ def run_section(times, context, heading, memory=None):
         out.append("- One-minute load average as each benchmark executable started: %s "
                    "(the benchmarks themselves keep one core busy)"
                    % ", ".join("%.2f" % load for load in context["run_loads"]))
-    out.append("- Times are CPU time per benchmark pass (Google Benchmark), Release build.")
+    repetitions = context.get("repetitions", 1)
+    out.append("- Times are CPU time per benchmark pass (Google Benchmark), Release build%s." %
+               ("" if repetitions == 1 else
+                "; each benchmark ran %d times and counts with its median" % repetitions))
     out.append("")
     out.append("| workload | ours | peers (same run) | ratio ours/peer | target | met |")
     out.append("|---|---|---|---|---|---|")

@@ -46,7 +46,9 @@ for major in "${majors[@]}"; do
     for exe in "$build_dir"/bench/*/*_bench; do
         name=$(basename "$exe")
         echo "== $name (Qt $major)" >&2
-        "$exe" --benchmark_out="$results/$name.json" --benchmark_out_format=json >&2
+        # Three runs of each benchmark, one after the other; the report takes the median.
+        "$exe" --benchmark_repetitions=3 --benchmark_out="$results/$name.json" \
+            --benchmark_out_format=json >&2
     done
 
     # Peak resident set of reading a 2, 20 and 200 MB document with each reader, one JSON

@@ -124,6 +124,16 @@ void BM_Read_XMLElementWithoutDestruction(benchmark::State& state) {
     setBytes(state);
 }
 
+// What the read floor takes of a start tag: its name and each attribute's name and value.
+qint64 readStartTag(const QXmlStreamReader& reader) {
+    qint64 sum = reader.name().size();
+    const QXmlStreamAttributes attributes = reader.attributes();
+    for (const QXmlStreamAttribute& a : attributes) {
+        sum += a.name().size() + a.value().size();
+    }
+    return sum;
+}
+
 // The floor: one pass over the tokens, reading names, attributes and text.
 void BM_Read_RawStreamReader(benchmark::State& state) {
     for (auto _ : state) {
@@ -131,14 +141,9 @@ void BM_Read_RawStreamReader(benchmark::State& state) {
         qint64 sum = 0;
         while (!reader.atEnd()) {
             switch (reader.readNext()) {
-                case QXmlStreamReader::StartElement: {
-                    sum += reader.name().size();
-                    const QXmlStreamAttributes attributes = reader.attributes();
-                    for (const QXmlStreamAttribute& a : attributes) {
-                        sum += a.name().size() + a.value().size();
-                    }
+                case QXmlStreamReader::StartElement:
+                    sum += readStartTag(reader);
                     break;
-                }
                 case QXmlStreamReader::Characters:
                     if (!reader.isWhitespace()) {
                         sum += reader.text().size();
@@ -166,11 +171,7 @@ void BM_Read_RawStreamReaderWithElements(benchmark::State& state) {
         while (!reader.atEnd()) {
             switch (reader.readNext()) {
                 case QXmlStreamReader::StartElement: {
-                    sum += reader.name().size();
-                    const QXmlStreamAttributes attributes = reader.attributes();
-                    for (const QXmlStreamAttribute& a : attributes) {
-                        sum += a.name().size() + a.value().size();
-                    }
+                    sum += readStartTag(reader);
                     auto* element = new Orrery::XMLElement;
                     open.back()->AddChildElement(element);
                     open.push_back(element);
