@@ -300,6 +300,24 @@ TEST(XMLElement, MalformedInputReturnsInvalidArgumentAndKeepsThePartRead) {
               Orrery::RESULT_INVALID_ARGUMENT);
 }
 
+TEST(XMLElement, SiblingsAfterTheReadersPositionAreReadIntoTheSameElement) {
+    QXmlStreamReader reader(QStringLiteral(
+        "<outer><a k=\"1\" x=\"2\"><c/></a><b k=\"3\"><d/></b><e k=\"1\"/></outer>"));
+    reader.readNext();  // start document
+    reader.readNext();  // <outer>
+    XMLElement root;
+    EXPECT_EQ(root.FromXMLStream(reader), Orrery::RESULT_OK);
+    // Each sibling is taken in turn: the last name, the attributes merged, all children.
+    EXPECT_EQ(root.GetName(), QStringLiteral("e"));
+    QMap<QString, QString> expected;
+    expected.insert(QStringLiteral("k"), QStringLiteral("1"));
+    expected.insert(QStringLiteral("x"), QStringLiteral("2"));
+    EXPECT_EQ(root.GetAttributes(), expected);
+    ASSERT_EQ(root.GetChildElements().size(), 2);
+    EXPECT_EQ(root.GetChildElements().at(0)->GetName(), QStringLiteral("c"));
+    EXPECT_EQ(root.GetChildElements().at(1)->GetName(), QStringLiteral("d"));
+}
+
 TEST(XMLElement, StoppedReadingKeepsEveryOpenElementsChildrenInOrder) {
     XMLElement root;
     EXPECT_EQ(readFromString(root, QStringLiteral("<r><a><b/><c>t</c><d><e/><f")),
