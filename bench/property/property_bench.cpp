@@ -92,18 +92,28 @@ void BM_DestroyTree(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * nodesOf(leaves));
 }
 
+// The container and leaf name of every leaf of a tree of `leaves` leaves, in a scattered
+// order.
+QVector<QPair<QString, QString>> scatteredLeafNames(std::int64_t leaves) {
+    const Shape shape = shapeOf(leaves);
+    QVector<QPair<QString, QString>> names;
+    names.reserve(static_cast<int>(leaves));
+    for (int i = 0; i < shape.containers; ++i) {
+        for (int j = 0; j < shape.leaves; ++j) {
+            names.append(qMakePair(containerName(i), leafName((j * 7919 + i) % shape.leaves)));
+        }
+    }
+    return names;
+}
+
 // 10^6 lookups at every size: the tree's paths in a scattered order, cycled as needed.
 void BM_ResolveAbsolutePaths(benchmark::State& state) {
     const std::int64_t leaves = state.range(0);
-    const Shape shape = shapeOf(leaves);
     PropertyObject& root = sharedTree(leaves);
     QVector<QString> paths;
     paths.reserve(static_cast<int>(leaves));
-    for (int i = 0; i < shape.containers; ++i) {
-        for (int j = 0; j < shape.leaves; ++j) {
-            paths.append(QString(QLatin1Char('/') + containerName(i) + QLatin1Char('/') +
-                                 leafName((j * 7919 + i) % shape.leaves)));
-        }
+    for (const auto& pair : scatteredLeafNames(leaves)) {
+        paths.append(QString(QLatin1Char('/') + pair.first + QLatin1Char('/') + pair.second));
     }
     const std::int64_t rounds = TreeSizes::kLookups / leaves;
     for (auto _ : state) {
@@ -125,15 +135,8 @@ void BM_ResolveAbsolutePaths(benchmark::State& state) {
 // parsed. What ResolvePath() costs beyond this is its own.
 void BM_ResolveMapSearchOnly(benchmark::State& state) {
     const std::int64_t leaves = state.range(0);
-    const Shape shape = shapeOf(leaves);
     const PropertyObject& root = sharedTree(leaves);
-    QVector<QPair<QString, QString>> names;
-    names.reserve(static_cast<int>(leaves));
-    for (int i = 0; i < shape.containers; ++i) {
-        for (int j = 0; j < shape.leaves; ++j) {
-            names.append(qMakePair(containerName(i), leafName((j * 7919 + i) % shape.leaves)));
-        }
-    }
+    const QVector<QPair<QString, QString>> names = scatteredLeafNames(leaves);
     const std::int64_t rounds = TreeSizes::kLookups / leaves;
     for (auto _ : state) {
         std::int64_t found = 0;

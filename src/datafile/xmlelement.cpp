@@ -90,29 +90,25 @@ void XMLElement::Clear() {
     attributes = QMap<QString, QString>();
     // Delete the subtree without recursion: each element's own children are taken over
     // before it is deleted, so its destructor finds nothing to do. The lists are taken
-    // whole and consumed from their ends (each child before its own children, the last
+    // whole and emptied from their ends (each child before its own children, the last
     // child first), so no list of the whole tree is ever built.
-    std::vector<std::pair<QList<XMLElement*>, int>> lists;
+    std::vector<QList<XMLElement*>> lists;
     if (!children.isEmpty()) {
-        lists.emplace_back(QList<XMLElement*>(), children.size());
-        lists.back().first.swap(children);
+        lists.push_back(std::exchange(children, QList<XMLElement*>()));
     }
     while (!lists.empty()) {
-        auto& [list, left] = lists.back();
-        if (left == 0) {
+        if (lists.back().isEmpty()) {
             lists.pop_back();
             continue;
         }
-        XMLElement* element = list.at(--left);
+        XMLElement* element = lists.back().takeLast();
         if (element == nullptr) {
             continue;
         }
-        QList<XMLElement*> grandchildren;
-        grandchildren.swap(element->children);
+        QList<XMLElement*> grandchildren = std::exchange(element->children, QList<XMLElement*>());
         delete element;
         if (!grandchildren.isEmpty()) {
-            const int count = grandchildren.size();
-            lists.emplace_back(std::move(grandchildren), count);
+            lists.push_back(std::move(grandchildren));
         }
     }
     name.clear();
@@ -185,12 +181,9 @@ constexpr int kMaxSharedValue = 32;
 // by a hash of their texts; a slot holds the last set that hashed to it.
 class AttributeSetCache {
 public:
-    // Fills the empty map `target` as inserting `attributes` one by one in their order would.
-    void read(QMap<QString, QString>& target, const QXmlStreamAttributes& attributes,
-              StringCache<64>& names, StringCache<256>& values) {
-        if (attributes.isEmpty()) {
-            return;
-        }
+    // The map that inserting `attributes` one by one in their order would make.
+    const QMap<QString, QString>& read(const QXmlStreamAttributes& attributes,
+                                       StringCache<64>& names, StringCache<256>& values) {
         uint hash = uint(attributes.size());
         for (const QXmlStreamAttribute& attribute : attributes) {
             hash = (hash * 1000003u) ^ textHash(attribute.name());
@@ -211,7 +204,7 @@ public:
             }
             entry.map = map;
         }
-        target = entry.map;
+        return entry.map;
     }
 
 private:
@@ -265,16 +258,23 @@ bool isWhiteSpaceOnly(QStringView text) {
 }
 
 // Every attribute of the reader's list is taken by its local name, as the reader gives it.
+// An element read into again (the siblings that follow a stream reader's position) keeps
+// the attributes it had that the new start tag does not set.
 void takeStartTag(XMLElement& element, QXmlStreamReader& reader, ReadStrings& strings) {
     element.SetName(strings.names.get(reader.name()));
     const QXmlStreamAttributes attributes = reader.attributes();
-    if (element.GetAttributes().isEmpty()) {
-        strings.attributeSets.read(element.GetAttributes(), attributes, strings.names,
-                                   strings.values);
+    if (attributes.isEmpty()) {
         return;
     }
-    for (const QXmlStreamAttribute& attribute : attributes) {
-        element.SetAttribute(strings.names.get(attribute.name()), exactCopy(attribute.value()));
+    const QMap<QString, QString>& read =
+        strings.attributeSets.read(attributes, strings.names, strings.values);
+    QMap<QString, QString>& target = element.GetAttributes();
+    if (target.isEmpty()) {
+        target = read;
+        return;
+    }
+    for (auto it = read.cbegin(); it != read.cend(); ++it) {
+        target.insert(it.key(), it.value());
     }
 }
 
@@ -307,6 +307,13 @@ ERESULT XMLElement::ParseElement(QXmlStreamReader& reader) {
         pendingChildren.resize(innermost.firstChild);
         open.pop_back();
     };
+    // What was read stays in the tree, also when the reading stops early or runs out of
+    // memory (then the tree frees it).
+    const auto closeAll = [&open, &close] {
+        while (!open.empty()) {
+            close();
+        }
+    };
     try {
         while (!open.empty() && !reader.atEnd() && !reader.hasError()) {
             switch (reader.readNext()) {
@@ -333,16 +340,10 @@ ERESULT XMLElement::ParseElement(QXmlStreamReader& reader) {
             }
         }
     } catch (...) {
-        // Out of memory: what was read goes into the tree, which frees it.
-        while (!open.empty()) {
-            close();
-        }
+        closeAll();
         throw;
     }
-    // When the reading stopped early, what was read so far stays in the tree.
-    while (!open.empty()) {
-        close();
-    }
+    closeAll();
     return RESULT_OK;
 }
 

@@ -305,27 +305,24 @@ PropertyObject& PropertyObject::operator=(const PropertyObject& other) {
                         return false;
                     }
                 }
-                std::vector<AbstractProperty*> copies;
-                copies.reserve(std::size_t(from.size()));
+                // The map's structure is copied first, its values still the source's
+                // children; each is then replaced by its copy.
+                QMap<QString, AbstractProperty*> copies = from;
+                copies.detach();
+                auto it = copies.begin();
                 try {
-                    for (auto it = from.cbegin(); it != from.cend(); ++it) {
-                        copies.push_back(it.value()->Clone());
+                    for (; it != copies.end(); ++it) {
+                        it.value() = it.value()->Clone();
                     }
-                    target->children = from;
-                    target->children.detach();
                 } catch (...) {
-                    target->children.clear();
-                    for (AbstractProperty* copy : copies) {
-                        delete copy;
+                    for (auto made = copies.begin(); made != it; ++made) {
+                        delete made.value();
                     }
                     throw;
                 }
-                auto copy = copies.cbegin();
-                for (auto it = target->children.begin(); it != target->children.end(); ++it) {
-                    it.value() = *copy++;
-                }
-                for (AbstractProperty* made : copies) {
-                    made->SetParent(target);
+                target->children.swap(copies);
+                for (AbstractProperty* copy : std::as_const(target->children)) {
+                    copy->SetParent(target);
                 }
                 return true;
             }
